@@ -1,0 +1,28 @@
+# How everything here is compiled: language, warnings, visibility, sanitizers.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+# Unique symbols would keep a library in memory after dlclose.
+add_compile_options($<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+
+if(QXTNG_SANITIZE)
+    add_compile_options(-fsanitize=${QXTNG_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+    add_link_options(-fsanitize=${QXTNG_SANITIZE})
+endif()
+
+# A shared library whose exports are the ones that its version script lists.
+function(qxtng_add_library name)
+    add_library(${name} SHARED ${ARGN})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    set(script ${CMAKE_CURRENT_SOURCE_DIR}/${name}.map)
+    target_link_options(${name} PRIVATE LINKER:--version-script=${script} LINKER:--no-undefined-version
+                        LINKER:--as-needed $<$<NOT:$<BOOL:${QXTNG_SANITIZE}>>:LINKER:-z,defs>)
+    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${script})
+endfunction()

@@ -1,0 +1,17 @@
+# Libraries of others; packages.txt names the packages that bring them.
+find_package(Threads REQUIRED)
+find_package(JPEG REQUIRED)
+find_package(PNG REQUIRED)
+find_package(GIF REQUIRED)
+find_package(TIFF REQUIRED)
+find_package(CLI11 REQUIRED)
+
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(WEBP REQUIRED IMPORTED_TARGET libwebp)
+pkg_check_modules(HWY REQUIRED IMPORTED_TARGET libhwy)
+
+if(QXTNG_BUILD_TESTS)
+    find_package(GTest REQUIRED)
+    find_package(benchmark REQUIRED)
+    include(GoogleTest)
+endif()
