@@ -1,0 +1,48 @@
+#include "Time.h"
+
+namespace Platform {
+namespace {
+
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+constexpr std::int64_t kIntervalsPerSecond = 10'000'000;
+constexpr std::int64_t kSecondsFrom1601To1970 = 11'644'473'600;
+
+std::uint64_t AsNumber(const FILETIME& time) {
+    return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
+}
+
+std::int64_t MonotonicNanoseconds() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * kNanosecondsPerSecond + now.tv_nsec;
+}
+
+}  // namespace
+
+FILETIME FileTimeFromTimespec(const timespec& time) {
+    const auto intervals = static_cast<std::uint64_t>(
+        (time.tv_sec + kSecondsFrom1601To1970) * kIntervalsPerSecond + time.tv_nsec / 100);
+    return {static_cast<std::uint32_t>(intervals), static_cast<std::uint32_t>(intervals >> 32)};
+}
+
+int CompareFileTime(const FILETIME* pFirst, const FILETIME* pSecond) {
+    const std::uint64_t first = AsNumber(*pFirst);
+    const std::uint64_t second = AsNumber(*pSecond);
+    return first < second ? -1 : first > second ? 1 : 0;
+}
+
+bool QueryPerformanceCounter(std::int64_t* pCount) {
+    *pCount = MonotonicNanoseconds();
+    return true;
+}
+
+bool QueryPerformanceFrequency(std::int64_t* pTicksPerSecond) {
+    *pTicksPerSecond = kNanosecondsPerSecond;
+    return true;
+}
+
+std::uint32_t GetTickCount() {
+    return static_cast<std::uint32_t>(MonotonicNanoseconds() / 1'000'000);
+}
+
+}  // namespace Platform

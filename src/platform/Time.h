@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+
+#include "Export.h"
+
+namespace Platform {
+
+/// A point in time: 100-nanosecond intervals since 1 January 1601 UTC, in two halves.
+struct FILETIME {
+    std::uint32_t dwLowDateTime = 0;
+    std::uint32_t dwHighDateTime = 0;
+};
+
+QXPLATFORM_API FILETIME FileTimeFromTimespec(const timespec& time);
+
+/// -1, 0 or 1: the first is earlier, equal or later.
+QXPLATFORM_API int CompareFileTime(const FILETIME* pFirst, const FILETIME* pSecond);
+
+/// A clock that only goes forward, in ticks; QueryPerformanceFrequency() says how many make a second.
+/// Both answer true.
+QXPLATFORM_API bool QueryPerformanceCounter(std::int64_t* pCount);
+QXPLATFORM_API bool QueryPerformanceFrequency(std::int64_t* pTicksPerSecond);
+
+/// Milliseconds since the machine started; wraps around after 49.7 days.
+QXPLATFORM_API std::uint32_t GetTickCount();
+
+}  // namespace Platform
