@@ -1,0 +1,124 @@
+#include "JpegDecoder.h"
+
+#include <jerror.h>
+
+#include <algorithm>
+
+#include "Limits.h"
+
+namespace {
+
+constexpr std::size_t kPieceSize = std::size_t{1} << 16;
+constexpr JOCTET kEndOfImage[] = {0xFF, JPEG_EOI};
+
+}  // namespace
+
+JpegDecoder::JpegDecoder(ByteSource& source)
+    : m_piece(static_cast<std::size_t>(std::min<std::uint64_t>(kPieceSize, source.Size()))) {
+    m_info.err = m_error.Install();
+    m_progress.progress_monitor = &CheckScans;
+    m_input.pSource = &source;
+    m_input.pPiece = &m_piece;
+    m_input.manager.init_source = [](j_decompress_ptr) {};
+    m_input.manager.fill_input_buffer = &FillInput;
+    m_input.manager.skip_input_data = &SkipInput;
+    m_input.manager.resync_to_restart = &jpeg_resync_to_restart;
+    m_input.manager.term_source = [](j_decompress_ptr) {};
+}
+
+JpegDecoder::~JpegDecoder() {
+    jpeg_destroy_decompress(&m_info);
+}
+
+boolean JpegDecoder::FillInput(j_decompress_ptr pInfo) {
+    Input& input = InputOf(pInfo);
+    std::vector<std::uint8_t>& piece = *input.pPiece;
+    const std::size_t got = input.pSource->ReadAt(input.nOffset, piece.data(), piece.size());
+    input.nOffset += got;
+    if (got > 0) {
+        input.manager.next_input_byte = piece.data();
+        input.manager.bytes_in_buffer = got;
+        return TRUE;
+    }
+    // The file ends before the picture does. What has been decoded is shown, if there is anything.
+    if (pInfo->input_scan_number <= 1 && pInfo->input_iMCU_row == 0) ERREXIT(pInfo, JERR_INPUT_EOF);
+    input.manager.next_input_byte = kEndOfImage;
+    input.manager.bytes_in_buffer = sizeof kEndOfImage;
+    return TRUE;
+}
+
+void JpegDecoder::SkipInput(j_decompress_ptr pInfo, long nBytes) {
+    Input& input = InputOf(pInfo);
+    const auto skip = static_cast<std::size_t>(std::max(nBytes, 0L));
+    if (skip <= input.manager.bytes_in_buffer) {
+        input.manager.next_input_byte += skip;
+        input.manager.bytes_in_buffer -= skip;
+        return;
+    }
+    input.nOffset += skip - input.manager.bytes_in_buffer;
+    input.manager.bytes_in_buffer = 0;
+}
+
+void JpegDecoder::CheckScans(j_common_ptr pInfo) {
+    const auto* pDecompress = reinterpret_cast<j_decompress_ptr>(pInfo);
+    if (pDecompress->input_scan_number > kMaxScans) ERREXIT(pDecompress, JERR_NOTIMPL);
+}
+
+bool JpegDecoder::ChooseColourSpace() {
+    switch (m_info.jpeg_color_space) {
+        case JCS_GRAYSCALE:
+        case JCS_YCbCr:
+        case JCS_RGB:
+            m_info.out_color_space = JCS_EXT_BGR;
+            return true;
+        case JCS_CMYK:
+        case JCS_YCCK:
+            m_info.out_color_space = JCS_CMYK;
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool JpegDecoder::Start(int nEighths) {
+    const bool headerRead = RunJpeg(m_error, [this] {
+        jpeg_create_decompress(&m_info);
+        m_info.src = &m_input.manager;
+        m_info.progress = &m_progress;
+        m_info.mem->max_memory_to_use = static_cast<long>(kMaxCoefficientBytes);
+        jpeg_read_header(&m_info, TRUE);
+    });
+    if (!headerRead || !ChooseColourSpace()) return false;
+    const bool started = RunJpeg(m_error, [this, nEighths] {
+        m_info.scale_num = static_cast<unsigned>(nEighths);
+        m_info.scale_denom = 8;
+        // Guesses AC coefficients that have not come: not wanted where they have been left out on purpose.
+        m_info.do_block_smoothing = FALSE;
+        jpeg_start_decompress(&m_info);
+    });
+    if (!started) return false;
+    m_decoded.resize(std::size_t{m_info.output_width} * static_cast<std::size_t>(m_info.output_components));
+    if (m_info.out_color_space == JCS_CMYK) m_row.resize(std::size_t{m_info.output_width} * 3);
+    return true;
+}
+
+const std::uint8_t* JpegDecoder::NextRow() {
+    if (m_info.output_scanline >= m_info.output_height) return nullptr;
+    JSAMPROW pRow = m_decoded.data();
+    const bool read = RunJpeg(m_error, [this, &pRow] { jpeg_read_scanlines(&m_info, &pRow, 1); });
+    if (!read) return nullptr;
+    if (m_row.empty()) return m_decoded.data();
+    ConvertCmykRow();
+    return m_row.data();
+}
+
+// Ink covers paper: each colour is what the ink lets through, times what black lets through.
+void JpegDecoder::ConvertCmykRow() {
+    const unsigned inkIsZero = m_info.saw_Adobe_marker ? 0 : 255;  // Adobe's files store paper as 255
+    const std::uint8_t* pFrom = m_decoded.data();
+    for (std::size_t i = 0; i < m_row.size(); i += 3, pFrom += 4) {
+        const unsigned black = pFrom[3] ^ inkIsZero;
+        for (std::size_t c = 0; c < 3; ++c)
+            m_row[i + c] = static_cast<std::uint8_t>(((pFrom[2 - c] ^ inkIsZero) * black + 127) / 255);
+    }
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "ByteSource.h"
+#include "JpegError.h"
+
+/// libjpeg on a source: header, scale, rows.
+class JpegDecoder {
+  public:
+    explicit JpegDecoder(ByteSource& source);
+    ~JpegDecoder();
+    JpegDecoder(const JpegDecoder&) = delete;
+    JpegDecoder& operator=(const JpegDecoder&) = delete;
+
+    /// Reads the header and starts the decode at `nEighths` / 8 of the size. False if that is not possible,
+    /// or none of the picture can be decoded.
+    bool Start(int nEighths);
+
+    std::uint32_t Width() const { return m_info.output_width; }
+    std::uint32_t Height() const { return m_info.output_height; }
+
+    /// The next row as B, G, R; null if there is none.
+    const std::uint8_t* NextRow();
+
+  private:
+    bool ChooseColourSpace();
+    void ConvertCmykRow();
+
+    // libjpeg's side of the source, in pieces of its buffer's size.
+    struct Input {
+        jpeg_source_mgr manager;
+        ByteSource* pSource;
+        std::uint64_t nOffset;
+        std::vector<std::uint8_t>* pPiece;
+    };
+    static Input& InputOf(j_decompress_ptr pInfo) { return *reinterpret_cast<Input*>(pInfo->src); }
+    static boolean FillInput(j_decompress_ptr pInfo);
+    static void SkipInput(j_decompress_ptr pInfo, long nBytes);
+    static void CheckScans(j_common_ptr pInfo);
+
+    jpeg_decompress_struct m_info{};
+    JpegError m_error;
+    jpeg_progress_mgr m_progress{};
+    Input m_input{};
+    std::vector<std::uint8_t> m_piece;
+    std::vector<std::uint8_t> m_decoded;  // a row as libjpeg gives it
+    std::vector<std::uint8_t> m_row;      // the same in B, G, R, if that is another
+};
