@@ -2,8 +2,8 @@
 
 #include "Codec.h"
 #include "ExifThumbnail.h"
+#include "JpegDcDecode.h"
 #include "JpegDecoder.h"
-#include "JpegScans.h"
 #include "JpegSegments.h"
 #include "Limits.h"
 
@@ -71,9 +71,8 @@ bool Decode(ByteSource& source, const PictureInfo&, RowSink& sink) {
     const int eighths = ChooseScale(frame, sink);
     if (!frame.progressive) return DecodeAll(source, frame, eighths, sink);
     if (!IsWorthItsMemory(frame, source)) return false;
-    if (eighths != 1) return DecodeAll(source, frame, eighths, sink);
-    RangesSource dcScans(source);
-    return FindDcScans(source, frame.components, dcScans) && DecodeAll(dcScans, frame, eighths, sink);
+    if (eighths == 1 && DecodeProgressiveDc(source, frame, sink)) return true;
+    return DecodeAll(source, frame, eighths, sink);
 }
 
 bool FindThumbnail(ByteSource& source, ByteRange& thumbnail) {
