@@ -104,7 +104,8 @@ Pixel WeightedSum(const float* pSums, const float* pWeights, std::size_t nTaps) 
 template <unsigned kDstChannels>
 Pixel FinishAlpha(Pixel sum) {
     const Pixel full = hn::Set(kPixel, 255.0f);
-    const Pixel alpha = hn::Min(hn::Max(hn::Broadcast<3>(sum), hn::Zero(kPixel)), full);
+    // Not clamped: colour overshoots with alpha, and the two belong together.
+    const Pixel alpha = hn::Broadcast<3>(sum);
     if (kDstChannels == 3) return hn::Add(sum, hn::Sub(full, alpha));
     // Alpha below half a step rounds to transparent; its colour does not matter.
     const Pixel colour = hn::Div(hn::Mul(sum, full), hn::Max(alpha, hn::Set(kPixel, 0.5f)));
