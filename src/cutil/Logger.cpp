@@ -28,6 +28,8 @@ void CLogger::LogMessage(std::uint32_t nLevel, const char16_t* pszText, const ch
 }
 
 void CLogger::SetSink(LogSink pfnSink, void* pContext, std::uint32_t nLevelMask) {
+    // Silent first: otherwise threads that keep logging could keep the guard from ever being free.
+    s_nLevelMask.store(0, std::memory_order_relaxed);
     const std::unique_lock lock(s_sinkGuard);
     s_pfnSink = pfnSink;
     s_pContext = pContext;

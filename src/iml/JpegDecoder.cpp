@@ -3,6 +3,7 @@
 #include <jerror.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "Limits.h"
 
@@ -45,6 +46,19 @@ boolean JpegDecoder::FillInput(j_decompress_ptr pInfo) {
     input.manager.next_input_byte = kEndOfImage;
     input.manager.bytes_in_buffer = sizeof kEndOfImage;
     return TRUE;
+}
+
+// libjpeg's fast decoder only runs while there is plenty in the buffer. Between rows, what is left may move to
+// the buffer's start and more be read behind it, so that it never comes to the end of the buffer.
+void JpegDecoder::TopUpInput() {
+    jpeg_source_mgr& manager = m_input.manager;
+    if (manager.bytes_in_buffer >= m_piece.size() / 2 || manager.next_input_byte == kEndOfImage) return;
+    std::memmove(m_piece.data(), manager.next_input_byte, manager.bytes_in_buffer);
+    const std::size_t got = m_input.pSource->ReadAt(m_input.nOffset, m_piece.data() + manager.bytes_in_buffer,
+                                                    m_piece.size() - manager.bytes_in_buffer);
+    m_input.nOffset += got;
+    manager.next_input_byte = m_piece.data();
+    manager.bytes_in_buffer += got;
 }
 
 void JpegDecoder::SkipInput(j_decompress_ptr pInfo, long nBytes) {
@@ -104,6 +118,7 @@ bool JpegDecoder::Start(int nEighths) {
 
 const std::uint8_t* JpegDecoder::NextRow() {
     if (m_info.output_scanline >= m_info.output_height) return nullptr;
+    TopUpInput();
     JSAMPROW pRow = m_decoded.data();
     const bool read = RunJpeg(m_error, [this, &pRow] { jpeg_read_scanlines(&m_info, &pRow, 1); });
     if (!read) return nullptr;

@@ -26,6 +26,7 @@ class JpegDecoder {
 
   private:
     bool ChooseColourSpace();
+    void TopUpInput();
     void ConvertCmykRow();
 
     // libjpeg's side of the source, in pieces of its buffer's size.
