@@ -23,8 +23,8 @@ void AppendBytes(png_structp pPng, png_bytep pBytes, std::size_t nBytes) {
     if (!appended) png_longjmp(pPng, 1);
 }
 
-// A thumbnail is written once for a request that waits: with these it takes a third of the time of libpng's own
-// choice, and 4 % more bytes.
+// A thumbnail is written once for a request that waits: with these it takes a third of the time of libpng's
+// own choice, and 4 % more bytes.
 constexpr int kLevel = 4;
 constexpr int kFilters = PNG_FILTER_SUB | PNG_FILTER_UP;
 

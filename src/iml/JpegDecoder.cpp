@@ -48,8 +48,8 @@ boolean JpegDecoder::FillInput(j_decompress_ptr pInfo) {
     return TRUE;
 }
 
-// libjpeg's fast decoder only runs while there is plenty in the buffer. Between rows, what is left may move to
-// the buffer's start and more be read behind it, so that it never comes to the end of the buffer.
+// libjpeg's fast decoder only runs while there is plenty in the buffer. Between rows, what is left may move
+// to the buffer's start and more be read behind it, so that it never comes to the end of the buffer.
 void JpegDecoder::TopUpInput() {
     jpeg_source_mgr& manager = m_input.manager;
     if (manager.bytes_in_buffer >= m_piece.size() / 2 || manager.next_input_byte == kEndOfImage) return;

@@ -35,8 +35,11 @@ class InterlacedRows {
     bool ReadEvenRows() {
         for (int pass = 0; pass < kPasses - 1; ++pass) {
             for (std::uint32_t y = 0; y < m_height; ++y) {
-                if (y % 2 == 0 && pass == 0) m_evenRows.emplace_back(m_reader.RowBytes());
-                if (!m_reader.ReadRow(nullptr, y % 2 == 0 ? EvenRow(y) : m_oddRow.data())) return false;
+                const bool bEven = y % 2 == 0;
+                if (bEven && pass == 0) m_evenRows.emplace_back(m_reader.RowBytes());
+                if (m_reader.ReadRow(nullptr, bEven ? EvenRow(y) : m_oddRow.data())) continue;
+                if (bEven && pass == 0) m_evenRows.pop_back();  // nothing has come of this one
+                return false;
             }
         }
         return true;

@@ -90,6 +90,19 @@ bool PngReader::StartRows() {
     return started;
 }
 
+// libpng takes in compressed data by pieces, and loses a piece that the file does not hold whole. Near the
+// end, where a cut-off file stops, the pieces are small, so that little of it is lost.
+void PngReader::TakeSmallPiecesNearTheEnd() {
+    constexpr std::uint64_t kNear = 32768;
+    constexpr std::size_t kSmallPiece = 32;
+    if (m_bNearEnd || m_chunks.Size() - m_nOffset + (m_nPieceSize - m_nPieceUsed) > kNear) return;
+    m_bNearEnd = true;
+    png_set_compression_buffer_size(m_pPng, kSmallPiece);
+}
+
 bool PngReader::ReadRow(std::uint8_t* pRow, std::uint8_t* pDisplayRow) {
-    return RunPng(m_pPng, [=, this] { png_read_row(m_pPng, pRow, pDisplayRow); });
+    return RunPng(m_pPng, [=, this] {
+        TakeSmallPiecesNearTheEnd();
+        png_read_row(m_pPng, pRow, pDisplayRow);
+    });
 }

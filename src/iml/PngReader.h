@@ -31,6 +31,7 @@ class PngReader {
     bool ReadRow(std::uint8_t* pRow, std::uint8_t* pDisplayRow);
 
   private:
+    void TakeSmallPiecesNearTheEnd();
     static void ReadBytes(png_structp pPng, png_bytep pOut, std::size_t nBytes);
 
     RangesSource m_chunks;  // what libpng gets to see
@@ -43,4 +44,5 @@ class PngReader {
     png_infop m_pInfo = nullptr;
     std::size_t m_nRowBytes = 0;
     bool m_bInterlaced = false;
+    bool m_bNearEnd = false;
 };
