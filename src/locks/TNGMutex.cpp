@@ -1,0 +1,164 @@
+#include "TNGMutex.h"
+
+#include <algorithm>
+
+#include "common/TNGLog.h"
+#include "store/TNGFileInfo.h"
+
+namespace {
+
+constexpr char16_t s_szLogSource[] = u"TNGMutex";
+
+constexpr std::uint32_t kLooks = 20;  // in a time-out
+
+using Clock = std::chrono::steady_clock;
+
+Clock::time_point After(std::uint32_t ms) {
+    return Clock::now() + std::chrono::milliseconds(ms);
+}
+
+}  // namespace
+
+CTNGMutex::CTNGMutex(const std::u16string& name) : m_strName(name) {
+    TNG_LOG(TNG_LOG_INFO, u":constructor Called on Mutex");
+    const bool bPrivate = name.empty();
+    if (bPrivate) CTNGFileInfo::AppendUniqueString(m_strName);
+    TNG_LOG(TNG_LOG_INFO, m_strName.c_str());
+    bool bExisted = false;
+    // Nobody else can know a made-up name, so nothing of the system need bear it.
+    m_hSemaphore = Platform::CreateSemaphoreW(bPrivate ? nullptr : m_strName.c_str(), &bExisted);
+    if (!bExisted) return;
+    TNG_LOG(TNG_LOG_INFO, m_strName.c_str());
+    TNG_LOG(TNG_LOG_INFO, u":Mutex already Exist");
+}
+
+CTNGMutex::~CTNGMutex() {
+    if (m_hSemaphore) {
+        if (IsLocked(nullptr)) Unlock(true);
+        Platform::CloseHandle(m_hSemaphore);
+    }
+    TNG_LOG(TNG_LOG_INFO, m_strName.c_str());
+    TNG_LOG(TNG_LOG_INFO, u":Destructor Called on Mutex");
+}
+
+bool CTNGMutex::CanJoin(TNGLockType type) const {
+    return m_bLocked && m_eLockType == TNG_LOCK_READ && type == TNG_LOCK_READ;
+}
+
+int CTNGMutex::Lock(const TNGLockType& type, std::uint32_t timeout) {
+    if (!m_hSemaphore) return 0;
+    const TNGGuardLock lock(m_guard);
+    const bool bCollides = m_eLockType != TNG_LOCK_NONE && m_eLockType != type;
+    if (timeout == 0 && bCollides) return 0;
+    const auto failed = [this] {
+        TNG_LOG(TNG_LOG_INFO, m_strName.c_str());
+        TNG_LOG(TNG_LOG_INFO, u":Wait failed");
+        TNG_LOG(TNG_LOG_LEAVE, u"CTNGMutex::Lock");
+        return 0;
+    };
+    const auto deadline = timeout == TNG_WAIT_FOREVER ? Clock::time_point::max() : After(timeout);
+    bool bWaited = false;
+    for (;;) {
+        if (CanJoin(type)) {
+            ++m_nReadCount;
+            return 1;
+        }
+        if (m_bLocked && timeout > 0) {
+            // Others may get the lock between the end of one hold and this thread's turn.
+            if (bWaited && Clock::now() >= deadline) return failed();
+            if (!WaitWhileHeld(timeout, std::max(timeout / kLooks, 1u))) return failed();
+            bWaited = true;
+            continue;
+        }
+        if (!m_bTaking) return TakeSemaphore(type, timeout);
+        if (!WaitWhileAnotherTakes(timeout)) return failed();
+    }
+}
+
+// One thread at a time waits for the semaphore; the others wait for what it gets, and readers then join.
+bool CTNGMutex::WaitWhileAnotherTakes(std::uint32_t timeout) {
+    const auto deadline = After(timeout);
+    while (m_bTaking) {
+        if (timeout == TNG_WAIT_FOREVER) {
+            m_change.Wait(m_guard);
+        } else if (!m_change.WaitUntil(m_guard, deadline) && m_bTaking) {
+            return false;
+        }
+    }
+    return true;
+}
+
+int CTNGMutex::TakeSemaphore(TNGLockType type, std::uint32_t timeout) {
+    m_bTaking = true;
+    m_guard.Unlock();
+    const std::uint32_t end = Platform::WaitForSingleObject(m_hSemaphore, timeout);
+    m_guard.Lock();
+    m_bTaking = false;
+    m_change.NotifyAll();
+    if (end != Platform::WAIT_OBJECT_0 && end != Platform::WAIT_ABANDONED) {
+        TNG_LOG(TNG_LOG_INFO, u"Mutex Lock Failed:");
+        TNG_LOG(TNG_LOG_INFO, m_strName.c_str());
+        return 0;
+    }
+    m_bLocked = true;
+    m_eLockType = type;
+    if (type == TNG_LOCK_READ) ++m_nReadCount;
+    return 1;
+}
+
+int CTNGMutex::Unlock(bool bForce) {
+    if (!m_hSemaphore) return 0;
+    const TNGGuardLock lock(m_guard);
+    if (bForce && m_bLocked) return ReleaseAll();
+    if (m_eLockType == TNG_LOCK_READ) {
+        m_nReadCount = std::max(m_nReadCount - 1, 0);
+        return m_nReadCount != 0 ? 1 : ReleaseAll();
+    }
+    return m_eLockType == TNG_LOCK_WRITE ? ReleaseAll() : 1;
+}
+
+int CTNGMutex::ReleaseAll() {
+    m_nReadCount = 0;
+    m_eLockType = TNG_LOCK_NONE;
+    m_bLocked = false;
+    const bool bReleased = Platform::ReleaseSemaphore(m_hSemaphore);
+    m_change.NotifyAll();
+    return bReleased ? 1 : 0;
+}
+
+int CTNGMutex::IsLocked(TNGLockType* pType) {
+    if (!m_hSemaphore) return 0;
+    const TNGGuardLock lock(m_guard);
+    if (pType) *pType = m_eLockType;
+    return m_bLocked ? 1 : 0;
+}
+
+bool CTNGMutex::WaitUntillFree(std::uint32_t timeout, std::uint32_t sleepMs) {
+    const TNGGuardLock lock(m_guard);
+    return WaitWhileHeld(timeout, std::max(sleepMs, 1u));
+}
+
+bool CTNGMutex::WaitWhileHeld(std::uint32_t timeout, std::uint32_t sleepMs) {
+    if (!m_bLocked) return true;
+    if (timeout == 0) return false;
+    for (std::uint64_t spent = 0;;) {
+        spent += sleepMs;
+        TNG_LOG(TNG_LOG_INFO, u"---WaitUntillFree-->goes to sleep---");
+        const auto end = After(sleepMs);
+        if (timeout == TNG_WAIT_FOREVER) {
+            while (m_bLocked)
+                m_change.Wait(m_guard);
+        } else {
+            while (m_bLocked && m_change.WaitUntil(m_guard, end))
+                continue;
+        }
+        if (!m_bLocked) {
+            TNG_LOG(TNG_LOG_INFO, u"---WaitUntillFree-->wait over---");
+            return true;
+        }
+        if (spent >= timeout) {
+            TNG_LOG(TNG_LOG_INFO, u"---WaitUntillFree-->wait failed---");
+            return false;
+        }
+    }
+}

@@ -1,0 +1,132 @@
+#include "NamedSemaphore.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+#include <utility>
+
+#include "Semaphores.h"
+#include "Text.h"
+
+namespace Platform {
+namespace {
+
+constexpr std::size_t kPageBytes = 4096;
+constexpr std::int64_t kSlice = 50;  // ms: how late the death of a holder is noticed
+
+std::string PathOf(const char16_t* pszName) {
+    std::string name = PathToBytes(pszName);
+    std::ranges::replace(name, '/', '_');
+    return "/dev/shm/qxtng-" + std::to_string(geteuid()) + '-' + name;
+}
+
+// The record lock by which an object says that it is there. Open file description locks do not meet flock().
+bool SetPresence(int nDescriptor, short type, bool bWait) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    int result = 0;
+    do {
+        result = fcntl(nDescriptor, bWait ? F_OFD_SETLKW : F_OFD_SETLK, &lock);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
+bool IsAnotherPresent(int nDescriptor) {
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return fcntl(nDescriptor, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+}
+
+bool TryFlock(int nDescriptor) {
+    int result = 0;
+    do {
+        result = flock(nDescriptor, LOCK_EX | LOCK_NB);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
+}  // namespace
+
+std::unique_ptr<NamedSemaphore> NamedSemaphore::Open(const char16_t* pszName, bool* pbExisted) {
+    std::unique_ptr<NamedSemaphore> pSemaphore(new (std::nothrow) NamedSemaphore(PathOf(pszName)));
+    if (!pSemaphore || !pSemaphore->OpenFile()) return nullptr;
+    *pbExisted = IsAnotherPresent(pSemaphore->m_nDescriptor);
+    return pSemaphore->MapPage() ? std::move(pSemaphore) : nullptr;
+}
+
+// The file may be removed by its last object between being opened here and being marked as in use.
+bool NamedSemaphore::OpenFile() {
+    for (;;) {
+        m_nDescriptor = open(m_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600);
+        struct stat status {};
+        if (m_nDescriptor < 0 || fstat(m_nDescriptor, &status) != 0) return false;
+        if (!S_ISREG(status.st_mode) || status.st_uid != geteuid()) return false;
+        if (!SetPresence(m_nDescriptor, F_RDLCK, true)) return false;
+        if (IsFileAtPath()) return true;
+        close(std::exchange(m_nDescriptor, -1));
+    }
+}
+
+bool NamedSemaphore::IsFileAtPath() const {
+    struct stat mine {};
+    struct stat there {};
+    return fstat(m_nDescriptor, &mine) == 0 && lstat(m_path.c_str(), &there) == 0 &&
+           mine.st_ino == there.st_ino && mine.st_dev == there.st_dev;
+}
+
+bool NamedSemaphore::MapPage() {
+    if (ftruncate(m_nDescriptor, kPageBytes) != 0) return false;
+    void* pPage = mmap(nullptr, kPageBytes, PROT_READ | PROT_WRITE, MAP_SHARED, m_nDescriptor, 0);
+    if (pPage == MAP_FAILED) return false;
+    static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
+    m_pReleases = static_cast<std::atomic<std::uint32_t>*>(pPage);
+    return true;
+}
+
+NamedSemaphore::~NamedSemaphore() {
+    Release();
+    if (m_pReleases) munmap(m_pReleases, kPageBytes);
+    if (m_nDescriptor < 0) return;
+    if (SetPresence(m_nDescriptor, F_WRLCK, false) && IsFileAtPath()) unlink(m_path.c_str());
+    close(m_nDescriptor);
+}
+
+std::uint32_t NamedSemaphore::Wait(std::uint32_t nMilliseconds) {
+    const Deadline deadline(nMilliseconds);
+    for (;;) {
+        // Read before the try: a release in between changes it, and the sleep does not begin.
+        const std::uint32_t releases = m_pReleases->load(std::memory_order_acquire);
+        if (TryTake()) return WAIT_OBJECT_0;
+        if (deadline.HasPassed()) return WAIT_TIMEOUT;
+        FutexWait(*m_pReleases, releases, deadline, FutexReach::AllProcesses, kSlice);
+    }
+}
+
+// flock() grants a descriptor what it holds already, so threads have to be kept apart here.
+bool NamedSemaphore::TryTake() {
+    Hold hold = Hold::None;
+    if (!m_hold.compare_exchange_strong(hold, Hold::Changing)) return false;
+    const bool bTaken = TryFlock(m_nDescriptor);
+    m_hold.store(bTaken ? Hold::Held : Hold::None);
+    return bTaken;
+}
+
+bool NamedSemaphore::Release() {
+    Hold hold = Hold::Held;
+    if (!m_hold.compare_exchange_strong(hold, Hold::Changing)) return false;
+    const bool bReleased = flock(m_nDescriptor, LOCK_UN) == 0;
+    m_hold.store(Hold::None);
+    m_pReleases->fetch_add(1, std::memory_order_release);
+    FutexWake(*m_pReleases, FutexReach::AllProcesses);
+    return bReleased;
+}
+
+}  // namespace Platform

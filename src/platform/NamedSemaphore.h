@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "Semaphore.h"
+
+namespace Platform {
+
+/// A semaphore that processes share: one lock file per name and user, in memory.
+///
+/// The hold is flock() on this object's own descriptor, so the kernel ends the hold of a process that dies.
+/// A word in the file's page, shared by all, wakes waiters at a release; since a death wakes nobody, each
+/// wait is cut into slices. The last object to go removes the file: every object has a shared record lock on
+/// it, and only one that can have it alone is the last.
+class NamedSemaphore final : public Semaphore {
+  public:
+    /// Null if the file cannot be made, or is not a regular file of this user.
+    static std::unique_ptr<NamedSemaphore> Open(const char16_t* pszName, bool* pbExisted);
+    ~NamedSemaphore() override;
+    NamedSemaphore(const NamedSemaphore&) = delete;
+    NamedSemaphore& operator=(const NamedSemaphore&) = delete;
+
+    std::uint32_t Wait(std::uint32_t nMilliseconds) override;
+    bool Release() override;
+
+  private:
+    explicit NamedSemaphore(std::string path) : m_path(std::move(path)) {}
+
+    bool OpenFile();
+    bool IsFileAtPath() const;
+    bool MapPage();
+    bool TryTake();
+
+    std::string m_path;
+    int m_nDescriptor = -1;
+    std::atomic<std::uint32_t>* m_pReleases = nullptr;  // in the shared page: counts the releases
+
+    enum class Hold { None, Changing, Held };
+    std::atomic<Hold> m_hold{Hold::None};  // of this object; who sets Changing settles it
+};
+
+}  // namespace Platform

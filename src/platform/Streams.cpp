@@ -1,0 +1,62 @@
+#include "Streams.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <ctime>
+#include <string>
+
+#include "Text.h"
+
+namespace Platform {
+namespace {
+
+constexpr std::size_t kBufferSize = std::size_t{1} << 16;
+
+bool IsOpenForWriting(int nDescriptor) {
+    return (fcntl(nDescriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
+}
+
+}  // namespace
+
+int _wfopen_s(std::FILE** ppStream, const char16_t* pszPath, const char* pszMode) {
+    const std::string mode = std::string(pszMode) + 'e';  // not for programs that this process starts
+    *ppStream = std::fopen(PathToBytes(pszPath).c_str(), mode.c_str());
+    if (!*ppStream) return errno != 0 ? errno : EIO;
+    std::setvbuf(*ppStream, nullptr, _IOFBF, kBufferSize);
+    return 0;
+}
+
+bool CloseStream(std::FILE* pStream) {
+    const int nDescriptor = fileno(pStream);
+    bool bWritten = std::fflush(pStream) == 0 && ferror_unlocked(pStream) == 0;
+    if (IsOpenForWriting(nDescriptor)) {
+        timespec times[2];
+        times[0].tv_sec = 0;
+        times[0].tv_nsec = UTIME_OMIT;
+        clock_gettime(CLOCK_REALTIME, &times[1]);
+        futimens(nDescriptor, times);
+    } else {
+        bWritten = true;
+    }
+    return std::fclose(pStream) == 0 && bWritten;
+}
+
+std::size_t _fread_nolock(void* pOut, std::size_t nSize, std::size_t nCount, std::FILE* pStream) {
+    return fread_unlocked(pOut, nSize, nCount, pStream);
+}
+
+std::size_t _fwrite_nolock(const void* pData, std::size_t nSize, std::size_t nCount, std::FILE* pStream) {
+    return fwrite_unlocked(pData, nSize, nCount, pStream);
+}
+
+std::int64_t BytesLeft(std::FILE* pStream) {
+    struct stat status {};
+    const off_t position = ftello(pStream);
+    if (position < 0 || fstat(fileno(pStream), &status) != 0 || status.st_size < position) return 0;
+    return status.st_size - position;
+}
+
+}  // namespace Platform

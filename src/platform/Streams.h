@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+#include "Export.h"
+
+/// Buffered binary streams on files. A stream belongs to one thread at a time: reading and writing take no
+/// lock. ferror() and feof() of the C library tell its state.
+namespace Platform {
+
+/// Opens `pszPath` in the mode "rb", "wb", "a+b" or "r+b", as fopen() tells them, and gives the stream.
+/// 0, or the errno value of the failure, with `*ppStream` null.
+QXPLATFORM_API int _wfopen_s(std::FILE** ppStream, const char16_t* pszPath, const char* pszMode);
+
+/// Closes a stream. One that was open for writing gives its file the time of this moment, in full precision:
+/// the kernel's own stamps are some milliseconds coarse, and two changes within one of its ticks would look
+/// like one. False if buffered bytes could not be written: the write has failed then.
+QXPLATFORM_API bool CloseStream(std::FILE* pStream);
+
+/// Reads or writes `nCount` items of `nSize` bytes; returns the number of whole items.
+QXPLATFORM_API std::size_t _fread_nolock(void* pOut, std::size_t nSize, std::size_t nCount,
+                                         std::FILE* pStream);
+QXPLATFORM_API std::size_t _fwrite_nolock(const void* pData, std::size_t nSize, std::size_t nCount,
+                                          std::FILE* pStream);
+
+/// Bytes from the position of the stream to the end of its file; 0 if that cannot be told.
+QXPLATFORM_API std::int64_t BytesLeft(std::FILE* pStream);
+
+}  // namespace Platform

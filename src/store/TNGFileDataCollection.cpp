@@ -1,0 +1,177 @@
+#include "TNGFileDataCollection.h"
+
+#include <algorithm>
+
+#include "common/TNGTypes.h"
+#include "locks/TNGAutoMutexPtr.h"
+#include "store/TNGCacheFiles.h"
+#include "store/TNGFileInfo.h"
+#include "store/TNGListRewrite.h"
+#include "store/TNGRecordFile.h"
+
+namespace {
+
+std::u16string CachePath(const std::u16string& name) {
+    std::u16string path;
+    CTNGFileInfo::BuildFilePath(path, s_strCacheFolder.Get(), name);
+    return path;
+}
+
+// A write hold on the list file's lock, for a scope.
+class ListHold {
+  public:
+    explicit ListHold(TNGFileLock pLock)
+        : m_pLock(std::move(pLock)), m_hold(m_pLock.get(), true, TNG_LOCK_TIMEOUT_MS, true) {}
+
+    bool IsHeld() const { return m_hold.IsLocked() != 0; }
+
+  private:
+    TNGFileLock m_pLock;
+    CTNGAutoMutexPtr m_hold;
+};
+
+}  // namespace
+
+CTNGFileDataCollection::CTNGFileDataCollection(CTNGFolderMap* pFolderMap, const TNGFolderFileKeys& keys)
+    : m_pFolderMap(pFolderMap), m_keys(keys) {}
+
+CTNGFileDataCollection::~CTNGFileDataCollection() {
+    if (!m_strListFileName.empty()) GetFileLockRegistry().RemoveFileLock(m_keys.m_nListFileKey, true);
+}
+
+TNGFileLock CTNGFileDataCollection::GetListLock() const {
+    if (m_strListFileName.empty()) return nullptr;
+    return GetFileLockRegistry().GetFileLock(m_keys.m_nListFileKey, true);
+}
+
+void CTNGFileDataCollection::AddItem(std::unique_ptr<CTNGFileData> pRecord) {
+    m_pItems->push_back(pRecord.get());
+    m_firstByPath.insert(pRecord.release());
+}
+
+void CTNGFileDataCollection::ClearItems() {
+    m_firstByPath.clear();
+    DestroyItems();
+}
+
+int CTNGFileDataCollection::FindRecord(std::u16string_view path, CTNGFileData** ppRecord) const {
+    const auto found = m_firstByPath.find(path);
+    if (found == m_firstByPath.end()) return 0;
+    *ppRecord = *found;
+    return 1;
+}
+
+int CTNGFileDataCollection::RemoveRecord(std::u16string_view path) {
+    const auto found = m_firstByPath.find(path);
+    if (found == m_firstByPath.end()) return 0;
+    const std::unique_ptr<CTNGFileData> pRecord(*found);
+    const bool bHasTwins = m_firstByPath.size() < m_pItems->size();
+    m_firstByPath.erase(found);
+    const auto next = m_pItems->erase(std::ranges::find(*m_pItems, pRecord.get()));
+    if (!bHasTwins) return 1;
+    const auto twin = std::find_if(next, m_pItems->end(), [&](const CTNGFileData* p) {
+        return p->m_strFilePath == pRecord->m_strFilePath;
+    });
+    if (twin != m_pItems->end()) m_firstByPath.insert(*twin);
+    return 1;
+}
+
+std::uint32_t CTNGFileDataCollection::LoadList(const std::u16string& name, TNGPathIndex* pPathIndex) {
+    m_strListFileName = name;
+    const ListHold hold(GetListLock());
+    if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
+    ClearItems();
+    std::uint32_t result = QXTNG_ERROR_FAILED;
+    try {
+        result = LoadRecords(pPathIndex);
+    } catch (...) {
+        result = QXTNG_ERROR_FAILED;
+    }
+    if (result != QXTNG_SUCCESS) DropLoaded(pPathIndex);
+    return result;
+}
+
+std::uint32_t CTNGFileDataCollection::LoadRecords(TNGPathIndex* pPathIndex) {
+    std::int32_t count = 0;
+    std::int32_t bOpened = 0;
+    CTNGRecordFile<CTNGFileData> file(CachePath(m_strListFileName), true, &count, &bOpened, false);
+    if (!bOpened) return QXTNG_ERROR_FILE_READ;
+    m_nLastSaved = -1;
+    for (; !file.IsEof() && count > 0; --count) {
+        auto pRecord = std::make_unique<CTNGFileData>();
+        file.ReadRecord(pRecord.get());
+        if (file.Status() != FILE_READ_OK) return QXTNG_ERROR_FILE_READ;
+        ++m_nLastSaved;
+        pRecord->m_pFolderMap = m_pFolderMap;
+        if (pPathIndex && pRecord->m_bDeleted != 1) (*pPathIndex)[pRecord->m_strFilePath] = pRecord.get();
+        AddItem(std::move(pRecord));
+    }
+    m_nSavedBytes = file.Position();
+    return QXTNG_SUCCESS;
+}
+
+void CTNGFileDataCollection::DropLoaded(TNGPathIndex* pPathIndex) {
+    m_nLastSaved = -1;
+    if (pPathIndex) {
+        for (const CTNGFileData* pRecord : *m_pItems)
+            pPathIndex->erase(pRecord->m_strFilePath);
+    }
+    ClearItems();
+}
+
+std::uint32_t CTNGFileDataCollection::AppendNewRecords() {
+    const int start = m_nLastSaved + 1;
+    if (start < 0 || start >= GetCount()) return QXTNG_ERROR_FILE_WRITE;
+    const ListHold hold(GetListLock());
+    if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
+    try {
+        return WriteNewRecords(start);
+    } catch (...) {
+        m_nLastSaved = -1;
+        return QXTNG_ERROR_FILE_WRITE;
+    }
+}
+
+std::uint32_t CTNGFileDataCollection::WriteNewRecords(int start) {
+    std::int32_t count = GetCount();
+    std::int32_t bOpened = 0;
+    CTNGRecordFile<CTNGFileData> file(CachePath(m_strListFileName), false, &count, &bOpened, start != 0,
+                                      m_nSavedBytes);
+    if (!bOpened) return QXTNG_ERROR_FILE_WRITE;
+    for (int i = start; i < count && file.Status() == FILE_WRITE_OK; ++i)
+        file.WriteRecord(GetAt(i));
+    const std::int64_t end = file.Position();
+    if (!file.Close()) {
+        m_nLastSaved = -1;
+        return QXTNG_ERROR_FILE_WRITE;
+    }
+    m_nLastSaved = count - 1;
+    m_nSavedBytes = end;
+    return QXTNG_SUCCESS;
+}
+
+std::uint32_t CTNGFileDataCollection::SaveList(bool bCompact, const std::u16string& dataFileName,
+                                               bool bRewrite) {
+    if (!bCompact && !bRewrite) return QXTNG_SUCCESS;
+    const ListHold hold(GetListLock());
+    if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
+    TNGListRewrite rewrite(*m_pItems, m_keys, CachePath(m_strListFileName), dataFileName);
+    m_nLastSaved = -1;
+    m_nSavedBytes = -1;
+    const std::uint32_t result = rewrite.Run(bCompact, bRewrite);
+    if (result == QXTNG_SUCCESS && bRewrite) m_nLastSaved = rewrite.RecordsWritten() - 1;
+    return result;
+}
+
+void CTNGFileDataCollection::ResetList(bool bDeleteFile) {
+    {
+        const ListHold hold(GetListLock());
+        if (!hold.IsHeld()) return;
+        ClearItems();
+    }
+    if (bDeleteFile) {
+        DeleteCacheFile(CachePath(m_strListFileName), m_keys.m_nListFileKey, true, TNG_LOCK_TIMEOUT_MS);
+        GetFileLockRegistry().RemoveFileLock(m_keys.m_nListFileKey, true);
+    }
+    m_nLastSaved = -1;
+}

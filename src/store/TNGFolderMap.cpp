@@ -1,0 +1,86 @@
+#include "TNGFolderMap.h"
+
+#include "common/TNGLog.h"
+#include "store/TNGFields.h"
+#include "store/TNGFileInfo.h"
+
+namespace {
+
+constexpr char16_t s_szLogSource[] = u"TNGFolderMap";
+
+bool HasError(std::FILE* pFile) {
+    return ferror_unlocked(pFile) != 0;
+}
+
+std::uint32_t KeyOf(const std::u16string& name) {
+    std::u16string path;
+    CTNGFileInfo::BuildFilePath(path, s_strCacheFolder.Get(), name);
+    return CTNGFileInfo::GetHashCode(path);
+}
+
+}  // namespace
+
+CTNGFolderMap::CTNGFolderMap(bool bHeaderOnly)
+    : m_bHeaderOnly(bHeaderOnly), FileDataList(std::make_unique<CTNGFileDataCollection>(this, *this)) {}
+
+int CTNGFolderMap::Load(std::FILE* pFile) {
+    TNG_LOG(TNG_LOG_ENTER, u"CTNGFolderMap::Load");
+    const auto failed = [](const char16_t* pszText) {
+        TNG_LOG(TNG_LOG_INFO, pszText);
+        TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMap::Load");
+        return 0;
+    };
+    if (HasError(pFile)) return failed(u"ERROR IN FILE READING START CTNGFolderMap::Load");
+    ReadField(pFile, m_nVersion);
+    if (m_nVersion != FOLDER_MAP_CURRENT_VERSION) return 0;
+    if (!ReadRecord(pFile)) return failed(u"ERROR IN FILE READING END CTNGFolderMap::Load");
+    if (m_bHeaderOnly) {
+        FileDataList->SetListFileName(m_strListFileName);
+    } else {
+        if (FileDataList->LoadList(m_strListFileName, nullptr) != QXTNG_SUCCESS)
+            return failed(u"ERROR IN FILE DATA LIST LOADING CTNGFolderMap::Load");
+        m_bListLoaded = true;
+    }
+    if (HasError(pFile)) return failed(u"ERROR IN FILE READING END CTNGFolderMap::Load");
+    TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMap::Load");
+    return 1;
+}
+
+bool CTNGFolderMap::ReadRecord(std::FILE* pFile) {
+    for (std::u16string* pText : {&m_strFolderPath, &m_strDataFileName, &m_strListFileName}) {
+        if (!ReadText(pFile, *pText)) return false;
+    }
+    m_nListFileKey = KeyOf(m_strListFileName);
+    m_nDataFileKey = KeyOf(m_strDataFileName);
+    ReadField(pFile, m_nFileNumber);
+    return true;
+}
+
+int CTNGFolderMap::Save(std::FILE* pFile) {
+    TNG_LOG(TNG_LOG_ENTER, u"CTNGFolderMap::Save");
+    const auto failed = [](const char16_t* pszText) {
+        TNG_LOG(TNG_LOG_INFO, pszText);
+        TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMap::Save");
+        return 0;
+    };
+    if (HasError(pFile)) return failed(u"ERROR IN FILE WRITING START CTNGFolderMap::Save");
+    if (!m_bHeaderOnly && m_bListLoaded) {
+        if (FileDataList->SaveList(m_nStaleBlocks > 0, m_strDataFileName, m_bListDirty) != QXTNG_SUCCESS)
+            return failed(u"ERROR IN SAVE FILE DATA LIST CTNGFolderMap::Save");
+        m_nStaleBlocks = 0;
+        m_bListDirty = false;
+    }
+    m_nVersion = FOLDER_MAP_CURRENT_VERSION;
+    WriteRecord(pFile);
+    if (HasError(pFile)) return failed(u"ERROR IN FILE WRITING END CTNGFolderMap::Save");
+    TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMap::Save");
+    return 1;
+}
+
+void CTNGFolderMap::WriteRecord(std::FILE* pFile) const {
+    WriteField(pFile, m_nVersion);
+    WriteText(pFile, m_strFolderPath);
+    WriteText(pFile, m_strDataFileName);
+    WriteText(pFile, m_strListFileName);
+    WriteField(pFile, m_nFileNumber);
+}

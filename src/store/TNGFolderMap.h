@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "platform/Time.h"
+#include "store/TNGFileDataCollection.h"
+#include "store/TNGFolderFileKeys.h"
+
+/// Version of a folder record in the index file. Stored: the value never changes.
+inline constexpr std::uint32_t FOLDER_MAP_CURRENT_VERSION = 1;
+
+/// One source folder that has thumbnails in the cache: the names of its two files, its records if they are
+/// loaded, and what is to be saved. Its record in the index file stands in docs/cache-format.md. It has no
+/// lock of its own; the collection's is held around every use.
+class CTNGFolderMap : public TNGFolderFileKeys {
+  public:
+    /// With `bHeaderOnly`, Load() and Save() handle the folder record alone, and not the list.
+    explicit CTNGFolderMap(bool bHeaderOnly);
+
+    /// Reads one folder record, and the list. 1 or 0. If the list alone was unusable, the stream stands
+    /// behind the record. Throws std::bad_alloc for a text that is too long.
+    int Load(std::FILE* pFile);
+
+    /// Saves the list, if it is loaded and has changed, and writes the folder record. 1 or 0.
+    int Save(std::FILE* pFile);
+
+    bool m_bHeaderOnly;
+    std::uint32_t m_nVersion = 0;
+    std::u16string m_strFolderPath;    // the folder's key; no separator at its end
+    std::u16string m_strDataFileName;  // bare names
+    std::u16string m_strListFileName;
+    std::int32_t m_nFileNumber = 0;   // the number in both names
+    Platform::FILETIME m_ftListFile;  // of the list file when this process last read or wrote it
+    bool m_bListDirty = false;        // the list file has to be rewritten, not appended to
+    std::unique_ptr<CTNGFileDataCollection> FileDataList;
+    std::int32_t m_nStaleBlocks = 0;  // dead blocks in the data file since its last compaction
+    bool m_bListLoaded = false;       // FileDataList holds the records of the list file
+
+  private:
+    bool ReadRecord(std::FILE* pFile);
+    void WriteRecord(std::FILE* pFile) const;
+};

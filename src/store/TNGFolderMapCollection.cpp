@@ -1,0 +1,320 @@
+#include "TNGFolderMapCollection.h"
+
+#include "common/TNGLog.h"
+#include "common/TNGTypes.h"
+#include "locks/TNGAutoMutexPtr.h"
+#include "platform/Drives.h"
+#include "platform/Text.h"
+#include "store/TNGCacheFiles.h"
+#include "store/TNGFileInfo.h"
+
+std::atomic<Platform::FILETIME> s_ftDirectoryMap{Platform::FILETIME{}};
+
+namespace {
+
+constexpr char16_t s_szLogSource[] = u"TNGFolderMapCollection";
+
+constexpr std::int64_t kListSaveLimit = 1000;  // ms
+
+std::u16string CachePath(const std::u16string& name) {
+    std::u16string path;
+    CTNGFileInfo::BuildFilePath(path, s_strCacheFolder.Get(), name);
+    return path;
+}
+
+// The folder of a path, or false if it has none.
+bool CutToFolder(std::u16string& path) {
+    const std::size_t separator = path.rfind(Platform::kPathSeparator);
+    if (separator == std::u16string::npos) return false;
+    path.resize(separator);
+    return true;
+}
+
+void NoteListTime(CTNGFolderMap& folderMap) {
+    CTNGFileInfo::GetFileLastWriteTime(CachePath(folderMap.m_strListFileName).c_str(),
+                                       &folderMap.m_ftListFile);
+}
+
+void NoteIndexTime(const std::u16string& fileName) {
+    Platform::FILETIME time = s_ftDirectoryMap.load();
+    CTNGFileInfo::GetFileLastWriteTime(CachePath(fileName).c_str(), &time);
+    s_ftDirectoryMap.store(time);
+}
+
+bool DeleteDataFile(const CTNGFolderMap& folderMap) {
+    return DeleteCacheFile(CachePath(folderMap.m_strDataFileName), folderMap.m_nDataFileKey, false,
+                           TNG_LOCK_TIMEOUT_MS);
+}
+
+void DeleteBothFiles(const CTNGFolderMap& folderMap) {
+    DeleteCacheFile(CachePath(folderMap.m_strListFileName), folderMap.m_nListFileKey, true,
+                    TNG_LOCK_TIMEOUT_MS);
+    DeleteDataFile(folderMap);
+}
+
+// Empties the list of a folder that cannot be used, and deletes both of its files if told so.
+void GiveUpFolder(CTNGFolderMap& folderMap, bool bDeleteFiles) {
+    folderMap.FileDataList->ResetList(bDeleteFiles);
+    if (bDeleteFiles) DeleteDataFile(folderMap);
+}
+
+// Folders have a drive if their path begins at the root; others are kept in memory, and not saved.
+bool HasDrive(const std::u16string& folder) {
+    return folder.starts_with(Platform::kPathSeparator);
+}
+
+// The limit of time on the lists of a save.
+class SaveClock {
+  public:
+    SaveClock() { Platform::QueryPerformanceCounter(&m_nStart); }
+
+    bool HasRunOut() const { return CTNGFileInfo::GetElapsedMilliseconds(&m_nStart) >= kListSaveLimit; }
+
+    /// Runs what does not count.
+    template <typename Work>
+    void Exclude(Work work) {
+        std::int64_t before = 0;
+        std::int64_t after = 0;
+        Platform::QueryPerformanceCounter(&before);
+        work();
+        Platform::QueryPerformanceCounter(&after);
+        m_nStart += after - before;
+    }
+
+  private:
+    std::int64_t m_nStart = 0;
+};
+
+}  // namespace
+
+std::shared_ptr<CTNGMutex> CTNGFolderMapCollection::GetFolderMapMutex() {
+    const TNGGuardLock lock(m_guard);
+    if (!folderMapMutex && !m_strIndexFileName.empty()) folderMapMutex = std::make_shared<CTNGMutex>();
+    return folderMapMutex;
+}
+
+void CTNGFolderMapCollection::SetIndexFileName(const std::u16string& name) {
+    const TNGGuardLock lock(m_guard);
+    m_strIndexFileName = name;
+}
+
+int CTNGFolderMapCollection::LookupFolderMap(const std::u16string& path, CTNGFolderMap** ppFolderMap) const {
+    CTNGFolderMap* pFolderMap = FindItem(path);
+    if (pFolderMap && ppFolderMap) *ppFolderMap = pFolderMap;
+    return pFolderMap ? 1 : 0;
+}
+
+std::uint32_t CTNGFolderMapCollection::Load(const std::u16string& fileName, const char16_t* pPath,
+                                            bool bPathIsFile, bool bLoadDirMapOnly,
+                                            TNGPathIndex* pPathIndex) {
+    TNG_LOG(TNG_LOG_ENTER, u"CTNGFolderMapCollection::Load");
+    SetIndexFileName(fileName);
+    const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
+    const CTNGAutoMutexPtr hold(pMutex.get(), true, TNG_LOCK_TIMEOUT_MS, true);
+    if (!hold.IsLocked()) {
+        SetIndexFileName({});
+        TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMapCollection::Load condition folderMapMutex.IsLocked failed");
+        return QXTNG_ERROR_LOCK_FAILED;
+    }
+    ClearItemsByKey(true);
+    std::u16string target = pPath ? pPath : u"";
+    if (!target.empty() && bPathIsFile && !CutToFolder(target)) target.clear();
+    const bool bHeaderOnly = pPath || bLoadDirMapOnly;
+
+    std::int32_t count = 0;
+    std::int32_t bOpened = 0;
+    IndexFile file(CachePath(fileName), true, &count, &bOpened, false);
+    if (!bOpened) {
+        TNG_LOG(TNG_LOG_LEAVE, file.Status() == FILE_NOT_FOUND
+                                   ? u"CTNGFolderMapCollection::Load condition eStatus == FILE_NOT_FOUND"
+                                   : u"CTNGFolderMapCollection::Load condition QXTNG_ERROR_NOT_CACHED");
+        return QXTNG_ERROR_NOT_CACHED;
+    }
+    for (; !file.IsEof() && count > 0; --count)
+        TakeUpFolder(file, target, bHeaderOnly, pPath && !bLoadDirMapOnly, pPathIndex);
+    NoteIndexTime(fileName);
+    TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMapCollection::Load");
+    return m_pTable->empty() ? QXTNG_ERROR_FILE_READ : QXTNG_SUCCESS;
+}
+
+// Reads one folder record, and what is to be loaded of the folder. A folder that cannot be used is dropped.
+void CTNGFolderMapCollection::TakeUpFolder(IndexFile& file, const std::u16string& target, bool bHeaderOnly,
+                                           bool bLoadTarget, TNGPathIndex* pPathIndex) {
+    auto pFolderMap = std::make_unique<CTNGFolderMap>(bHeaderOnly);
+    try {
+        file.ReadRecord(pFolderMap.get());
+        if (file.Status() != FILE_READ_OK) {
+            TNG_LOG(TNG_LOG_INFO, u"CTNGFolderMapCollection::Load condition file Status() != FILE_READ_OK ");
+            TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMapCollection::Load condition file Status() != FILE_READ_OK");
+            return GiveUpFolder(*pFolderMap, !bHeaderOnly);
+        }
+        if (!bHeaderOnly) NoteListTime(*pFolderMap);
+    } catch (...) {
+        TNG_LOG(TNG_LOG_INFO, u"CTNGFolderMapCollection::Load in catch");
+        return GiveUpFolder(*pFolderMap, !bHeaderOnly);
+    }
+    if (FindItem(pFolderMap->m_strFolderPath)) return;  // the index lists it twice
+    if (bLoadTarget && pFolderMap->m_strFolderPath == target) {
+        pFolderMap->m_bHeaderOnly = false;
+        const std::uint32_t result =
+            pFolderMap->FileDataList->LoadList(pFolderMap->m_strListFileName, pPathIndex);
+        if (result != QXTNG_SUCCESS) {
+            TNG_LOG(TNG_LOG_INFO, u"CTNGFolderMapCollection::Load condition FileDataList->Load failed");
+            return GiveUpFolder(*pFolderMap, result == QXTNG_ERROR_FILE_READ);
+        }
+        pFolderMap->m_bListLoaded = true;
+        NoteListTime(*pFolderMap);
+    }
+    const std::u16string key = pFolderMap->m_strFolderPath;
+    AddItemByKey(pFolderMap.release(), key);
+}
+
+std::uint32_t CTNGFolderMapCollection::LoadIndexFile(const std::u16string& path, bool bPathIsFile,
+                                                     CTNGFolderMap** ppFolderMap, TNGPathIndex* pPathIndex) {
+    if (m_pTable->empty()) return QXTNG_ERROR_NOT_CACHED;
+    CTNGFolderMap* pFolderMap = *ppFolderMap;
+    if (!pFolderMap) {
+        std::u16string folder = path;
+        if (!folder.empty() && bPathIsFile && !CutToFolder(folder)) return QXTNG_ERROR_NOT_CACHED;
+        pFolderMap = FindItem(folder);
+    }
+    if (!pFolderMap) return QXTNG_ERROR_NOT_CACHED;
+    if (pFolderMap->m_bListLoaded) return QXTNG_SUCCESS;
+
+    const std::uint32_t result =
+        pFolderMap->FileDataList->LoadList(pFolderMap->m_strListFileName, pPathIndex);
+    pFolderMap->m_bListLoaded = result == QXTNG_SUCCESS;
+    if (result == QXTNG_SUCCESS) {
+        *ppFolderMap = pFolderMap;
+        TNG_LOG(TNG_LOG_INFO, u"CTNGFolderMapCollection::LoadIndexFile succeeded");
+        NoteListTime(*pFolderMap);
+    } else {
+        GiveUpFolder(*pFolderMap, result == QXTNG_ERROR_FILE_READ);
+        TNG_LOG(TNG_LOG_INFO, u"CTNGFolderMapCollection::LoadIndexFile failed");
+    }
+    return result;
+}
+
+std::uint32_t CTNGFolderMapCollection::CheckAndAddNewFolderMap(const std::u16string& indexPath,
+                                                               bool* pbAdded) {
+    const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
+    const CTNGAutoMutexPtr hold(pMutex.get(), true, TNG_LOCK_TIMEOUT_MS, true);
+    if (!hold.IsLocked()) return QXTNG_ERROR_LOCK_FAILED;
+    std::int32_t count = 0;
+    std::int32_t bOpened = 0;
+    IndexFile file(indexPath, true, &count, &bOpened, false);
+    if (!bOpened) return QXTNG_SUCCESS;
+    *pbAdded = false;
+    for (; !file.IsEof() && count > 0; --count) {
+        try {
+            auto pFolderMap = std::make_unique<CTNGFolderMap>(true);
+            file.ReadRecord(pFolderMap.get());
+            if (file.Status() != FILE_READ_OK) {
+                TNG_LOG(TNG_LOG_INFO,
+                        u"CTNGFolderMapCollection::CheckAndAddNewFolderMap condition file Status() != "
+                        u"FILE_READ_OK ");
+                TNG_LOG(TNG_LOG_LEAVE,
+                        u"CTNGFolderMapCollection::CheckAndAddNewFolderMap condition file Status() != "
+                        u"FILE_READ_OK");
+                break;
+            }
+            TakeUpForeignFolder(std::move(pFolderMap), pbAdded);
+        } catch (...) {
+            TNG_LOG(TNG_LOG_EXCEPTION, u"CTNGFolderMapCollection::CheckAndAddNewFolderMap");
+        }
+    }
+    return QXTNG_SUCCESS;
+}
+
+void CTNGFolderMapCollection::TakeUpForeignFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, bool* pbAdded) {
+    if (FindItem(pFolderMap->m_strFolderPath)) return;
+    Platform::WIN32_FIND_DATAW entry;
+    if (!CTNGFileInfo::FindFileData(CachePath(pFolderMap->m_strListFileName).c_str(), &entry, false)) return;
+    pFolderMap->m_ftListFile = entry.ftLastWriteTime;
+    const std::u16string key = pFolderMap->m_strFolderPath;
+    AddItemByKey(pFolderMap.release(), key);
+    *pbAdded = true;
+}
+
+std::uint32_t CTNGFolderMapCollection::SaveFolderMaps(const std::u16string& fileName, bool bSaveLists) {
+    const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
+    const CTNGAutoMutexPtr hold(pMutex.get(), false, TNG_LOCK_TIMEOUT_MS, true);
+    if (!hold.IsLocked()) return QXTNG_ERROR_LOCK_FAILED;
+    try {
+        auto count = static_cast<std::int32_t>(m_pTable->size());
+        std::int32_t bOpened = 0;
+        IndexFile file(CachePath(fileName), false, &count, &bOpened, false);
+        if (!bOpened) return QXTNG_ERROR_FILE_WRITE;
+        bool bGood = true;
+        SaveClock clock;
+        for (auto& [path, pFolderMap] : *m_pTable) {
+            if (!HasDrive(path)) continue;
+            if (Platform::GetDriveTypeW(path.c_str()) != Platform::DRIVE_FIXED) {
+                clock.Exclude([&] { DeleteBothFiles(*pFolderMap); });
+                continue;
+            }
+            bGood &= SaveFolder(file, *pFolderMap, bSaveLists);
+            if (clock.HasRunOut()) bSaveLists = false;
+        }
+        bGood &= file.Close();
+        if (!m_pTable->empty()) NoteIndexTime(fileName);
+        return bGood ? QXTNG_SUCCESS : QXTNG_ERROR_FILE_WRITE;
+    } catch (...) {
+        return QXTNG_ERROR_FILE_WRITE;
+    }
+}
+
+bool CTNGFolderMapCollection::SaveFolder(IndexFile& file, CTNGFolderMap& folderMap, bool bSaveLists) {
+    folderMap.m_bHeaderOnly = !bSaveLists;
+    file.WriteRecord(&folderMap);
+    if (file.Status() != FILE_WRITE_OK) return false;
+    if (bSaveLists) NoteListTime(folderMap);
+    return true;
+}
+
+std::uint32_t CTNGFolderMapCollection::AppendThumbnails(const std::u16string& fileName) {
+    if (m_pTable->empty()) return QXTNG_SUCCESS;
+    try {
+        auto count = static_cast<std::int32_t>(m_pTable->size());
+        std::int32_t bOpened = 0;
+        IndexFile file(CachePath(fileName), false, &count, &bOpened, false);
+        if (!bOpened) return QXTNG_ERROR_FILE_WRITE;
+        for (auto& [path, pFolderMap] : *m_pTable) {
+            if (!SaveFolder(file, *pFolderMap, false)) return QXTNG_ERROR_FILE_WRITE;
+            if (pFolderMap->FileDataList->AppendNewRecords() == QXTNG_SUCCESS) {
+                NoteListTime(*pFolderMap);
+                pFolderMap->m_bListDirty = false;
+            }
+        }
+        if (!file.Close()) return QXTNG_ERROR_FILE_WRITE;
+        NoteIndexTime(fileName);
+        return QXTNG_SUCCESS;
+    } catch (...) {
+        return QXTNG_ERROR_FILE_WRITE;
+    }
+}
+
+void CTNGFolderMapCollection::DeleteAll(bool bDeleteFiles) {
+    if (m_pTable->empty()) return;
+    {
+        const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
+        const CTNGAutoMutexPtr hold(pMutex.get(), true, TNG_LOCK_TIMEOUT_MS, true);
+        if (!hold.IsLocked()) return;
+        for (auto& [path, pFolderMap] : *m_pTable) {
+            pFolderMap->FileDataList->ResetList(bDeleteFiles);
+            if (bDeleteFiles && DeleteDataFile(*pFolderMap))
+                GetFileLockRegistry().RemoveFileLock(pFolderMap->m_nDataFileKey, false);
+        }
+        ClearItemsByKey(true);
+    }
+    const TNGGuardLock lock(m_guard);
+    if (bDeleteFiles && !m_strIndexFileName.empty() && DeleteCacheFileNoLock(CachePath(m_strIndexFileName)))
+        s_ftDirectoryMap.store(Platform::FILETIME{});
+    folderMapMutex = nullptr;
+}
+
+void CTNGFolderMapCollection::NextFileNumberAfterMaps(std::int32_t* pNumber) const {
+    for (const auto& [path, pFolderMap] : *m_pTable) {
+        if (pFolderMap->m_nFileNumber >= *pNumber) *pNumber = pFolderMap->m_nFileNumber + 1;
+    }
+}

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "common/TNGCollectionBase2.h"
+#include "common/TNGGuard.h"
+#include "locks/TNGMutex.h"
+#include "platform/Time.h"
+#include "store/TNGFolderMap.h"
+#include "store/TNGRecordFile.h"
+
+/// Last write time of the index file when this process last read or wrote it.
+extern std::atomic<Platform::FILETIME> s_ftDirectoryMap;
+
+/// All folders of a cache, by folder path, and the index file that lists them. Results are TNGResult codes.
+/// Its lock has a time-out of 1000 ms; each operation says how it takes it. The format of the index file
+/// stands in docs/cache-format.md.
+class CTNGFolderMapCollection : public CTNGCollectionBase2<std::u16string, CTNGFolderMap> {
+  public:
+    /// The lock of the collection, folderMapMutex; null while there is no index file name.
+    std::shared_ptr<CTNGMutex> GetFolderMapMutex();
+
+    void SetIndexFileName(const std::u16string& name);
+
+    /// 1 if there is a folder map of this path; `ppFolderMap` may be null.
+    int LookupFolderMap(const std::u16string& path, CTNGFolderMap** ppFolderMap) const;
+
+    /// Reads the index file in place of what is there, under a write hold that it takes. Lists are loaded of
+    /// all folders (no `pPath`), of one (the folder of `pPath`), or of none (`bLoadDirMapOnly`). A damaged
+    /// folder costs that folder alone. QXTNG_ERROR_NOT_CACHED if there is no index file,
+    /// QXTNG_ERROR_FILE_READ if it has no usable folder.
+    std::uint32_t Load(const std::u16string& fileName, const char16_t* pPath, bool bPathIsFile,
+                       bool bLoadDirMapOnly, TNGPathIndex* pPathIndex);
+
+    /// Loads the list of one folder, unless it is loaded: that of `*ppFolderMap`, or if that is null of
+    /// `path`.
+    /// `*ppFolderMap` receives a folder map that was loaded. The caller has the write hold.
+    std::uint32_t LoadIndexFile(const std::u16string& path, bool bPathIsFile, CTNGFolderMap** ppFolderMap,
+                                TNGPathIndex* pPathIndex);
+
+    /// Takes up the folders of the index file that are not there yet and have a list file, under a write hold
+    /// that it takes. `*pbAdded` receives whether there were any.
+    std::uint32_t CheckAndAddNewFolderMap(const std::u16string& indexPath, bool* pbAdded);
+
+    /// Writes the index file and, with `bSaveLists`, lists that have changed, for about a second; what is
+    /// left then stays to be saved. Takes a read hold. Folders that are not on a fixed drive lose their
+    /// files.
+    std::uint32_t SaveFolderMaps(const std::u16string& fileName, bool bSaveLists);
+
+    /// Writes the index file, and appends new records to the lists. The caller has the write hold.
+    std::uint32_t AppendThumbnails(const std::u16string& fileName);
+
+    /// Drops all folder maps, and with `bDeleteFiles` deletes all files of the cache, under a write hold that
+    /// it takes.
+    void DeleteAll(bool bDeleteFiles);
+
+    /// Raises `*pNumber` above the file number of every folder map.
+    void NextFileNumberAfterMaps(std::int32_t* pNumber) const;
+
+  private:
+    using IndexFile = CTNGRecordFile<CTNGFolderMap>;
+
+    void TakeUpFolder(IndexFile& file, const std::u16string& target, bool bHeaderOnly, bool bLoadTarget,
+                      TNGPathIndex* pPathIndex);
+    void TakeUpForeignFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, bool* pbAdded);
+    bool SaveFolder(IndexFile& file, CTNGFolderMap& folderMap, bool bSaveLists);
+
+    TNGGuard m_guard;  // of the two fields below
+    std::shared_ptr<CTNGMutex> folderMapMutex TNG_GUARDED_BY(m_guard);
+    std::u16string m_strIndexFileName TNG_GUARDED_BY(m_guard);
+};

@@ -1,0 +1,182 @@
+#include "TNGListRewrite.h"
+
+#include <memory>
+#include <utility>
+
+#include "common/TNGThreshold.h"
+#include "common/TNGTypes.h"
+#include "locks/TNGMutex.h"
+#include "platform/FileOperations.h"
+#include "store/TNGCacheFiles.h"
+#include "store/TNGFileInfo.h"
+#include "store/TNGFolderFileKeys.h"
+#include "store/TNGRecordFile.h"
+#include "store/TNGThumbnailLocation.h"
+
+namespace {
+
+std::u16string CachePath(const std::u16string& name) {
+    std::u16string path;
+    CTNGFileInfo::BuildFilePath(path, s_strCacheFolder.Get(), name);
+    return path;
+}
+
+bool Exists(const std::u16string& path) {
+    return CTNGFileInfo::FindFileData(path.c_str(), nullptr, true);
+}
+
+std::int64_t SizeOfFile(const std::u16string& path) {
+    Platform::WIN32_FIND_DATAW entry;
+    if (!CTNGFileInfo::FindFileData(path.c_str(), &entry, false)) return 0;
+    return static_cast<std::int64_t>(std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow);
+}
+
+// A compaction keeps the extra-large thumbnail of videos, and of pictures that are still large.
+bool KeepsExtraLarge(const CTNGFileData& record) {
+    if (record.m_eFileType == ASSET_TYPE_VIDEO) return true;
+    Platform::WIN32_FIND_DATAW entry;
+    return CTNGFileInfo::FindFileData(record.m_strFilePath.c_str(), &entry, false) && IsLargeFile(entry);
+}
+
+}  // namespace
+
+TNGTemporaryFile::~TNGTemporaryFile() {
+    if (IsMade()) Platform::DeleteFileW(m_strPath.c_str());
+}
+
+void TNGTemporaryFile::Make() {
+    char16_t path[Platform::MAX_PATH];
+    if (Platform::GetTempFileNameW(s_strCacheFolder.Get().c_str(), u"Temp", 0, path) != 0) m_strPath = path;
+}
+
+bool TNGTemporaryFile::Replace(const std::u16string& target) {
+    if (Platform::_wrename(m_strPath.c_str(), target.c_str()) != 0) return false;
+    m_strPath.clear();
+    return true;
+}
+
+TNGListRewrite::TNGListRewrite(const std::vector<CTNGFileData*>& records, const TNGFolderFileKeys& keys,
+                               const std::u16string& listPath, const std::u16string& dataFileName)
+    : m_records(records),
+      m_keys(keys),
+      m_strListPath(listPath),
+      m_strDataFileName(dataFileName),
+      m_strDataPath(CachePath(dataFileName)),
+      m_nDataBytes(SizeOfFile(m_strDataPath)) {}
+
+std::uint32_t TNGListRewrite::Run(bool bCompact, bool bRewrite) {
+    try {
+        return RunPass(bCompact && Exists(m_strDataPath), bRewrite);
+    } catch (...) {
+        return QXTNG_ERROR_FILE_WRITE;
+    }
+}
+
+std::uint32_t TNGListRewrite::RunPass(bool bCompact, bool bRewrite) {
+    const bool bListInPlace = !Exists(m_strListPath);
+    if (bRewrite && !bListInPlace) m_newList.Make();
+    std::unique_ptr<ListFile> pList;
+    if (bRewrite) {
+        auto count = static_cast<std::int32_t>(m_records.size());
+        std::int32_t bOpened = 0;
+        pList = std::make_unique<ListFile>(bListInPlace ? m_strListPath : m_newList.Path(), false, &count,
+                                           &bOpened, false);
+        if (!bOpened) return QXTNG_ERROR_FILE_WRITE;
+    }
+    if (bCompact) m_newData.Make();
+    const std::uint32_t result = WriteRecords(bCompact, pList.get());
+    if (result == QXTNG_ERROR_FILE_WRITE) return LoseFolder(bListInPlace);
+    if (result != QXTNG_SUCCESS) return result;
+    if (pList) {
+        pList->SetCount(m_nWritten);
+        if (!pList->Close()) return LoseFolder(bListInPlace);
+    }
+    if (m_newList.IsMade() && !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
+    if (bCompact && !m_newData.Replace(m_strDataPath)) return QXTNG_ERROR_FILE_WRITE;
+    Publish();
+    return QXTNG_SUCCESS;
+}
+
+std::uint32_t TNGListRewrite::WriteRecords(bool bCompact, ListFile* pList) {
+    m_outcomes.reserve(m_records.size());
+    for (CTNGFileData* pRecord : m_records) {
+        CTNGFileData after = *pRecord;
+        const bool bHasBlock = after.m_eFileType == ASSET_TYPE_IMAGE || after.m_eFileType == ASSET_TYPE_VIDEO;
+        const Fate fate = bCompact && bHasBlock ? Compact(after) : Fate::Keep;
+        if (fate == Fate::Fail) return QXTNG_ERROR_FAILED;
+        if (fate == Fate::Keep && pList && after.m_bDeleted == 0) {
+            pList->WriteRecord(&after);
+            if (pList->Status() != FILE_WRITE_OK) return QXTNG_ERROR_FILE_WRITE;
+            ++m_nWritten;
+        }
+        m_outcomes.push_back({pRecord, std::move(after)});
+    }
+    return QXTNG_SUCCESS;
+}
+
+TNGListRewrite::Fate TNGListRewrite::Compact(CTNGFileData& record) {
+    if (record.m_strDataFileName != m_strDataFileName || record.m_bDeleted == 1) return Fate::Drop;
+    if (HasNoThumbnail(record)) return Fate::Keep;
+    const bool bKeepExtraLarge = KeepsExtraLarge(record);
+    if (bKeepExtraLarge && record.m_nExtraLargeOffset == -1 && record.m_nExtraLargeSize <= 0) {
+        record.m_bDeleted = 1;  // it will be made again, with the thumbnail that it lacks
+        return Fate::Drop;
+    }
+    return CopyThumbnailBlock(record, bKeepExtraLarge) ? Fate::Keep : Fate::Fail;
+}
+
+bool TNGListRewrite::CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLarge) {
+    const bool bExtraLarge = bKeepExtraLarge || record.m_eFileType == ASSET_TYPE_VIDEO;
+    const auto isPossible = [this](std::int32_t size) { return size > 0 && size <= m_nDataBytes; };
+    if (bExtraLarge && !isPossible(record.m_nExtraLargeSize)) return false;
+    if (!isPossible(record.m_nLargeSize) || !isPossible(record.m_nSmallSize)) return false;
+    if (!m_newData.IsMade()) return false;
+
+    CTNGDataFile file;
+    const std::uint32_t key = m_keys.m_nDataFileKey;
+    std::vector<std::uint8_t> extraLarge(bExtraLarge ? static_cast<std::size_t>(record.m_nExtraLargeSize)
+                                                     : 0);
+    std::vector<std::uint8_t> large(static_cast<std::size_t>(record.m_nLargeSize));
+    std::vector<std::uint8_t> small(static_cast<std::size_t>(record.m_nSmallSize));
+    TNGBlockTrailer trailer;
+    if (bExtraLarge && file.ReadBlock(m_strDataPath, key, record.m_nExtraLargeOffset,
+                                      record.m_nExtraLargeSize, extraLarge.data()) != 0) {
+        return false;
+    }
+    if (file.ReadBlock(m_strDataPath, key, record.m_nLargeOffset, record.m_nLargeSize, large.data()) != 0)
+        return false;
+    const std::int64_t trailerOffset = std::int64_t{record.m_nSmallOffset} + record.m_nSmallSize;
+    if (trailerOffset > m_nDataBytes) return false;
+    if (file.ReadBlockChecked(m_strDataPath, key, record.m_nSmallOffset, record.m_nSmallSize,
+                              static_cast<std::int32_t>(trailerOffset), &trailer, small.data()) != 0) {
+        return false;
+    }
+    const std::int32_t offset = file.AppendBlock(
+        m_newData.Path(), key, trailer, {bExtraLarge ? extraLarge.data() : nullptr, record.m_nExtraLargeSize},
+        {large.data(), record.m_nLargeSize}, {small.data(), record.m_nSmallSize});
+    if (offset < 0) return false;
+    SetThumbnailLocations(record, false, offset, bExtraLarge, record.m_nExtraLargeSize, record.m_nLargeSize,
+                          record.m_nSmallSize);
+    return true;
+}
+
+// A list that could not be written where there was none leaves half of one, which would give wrong
+// thumbnails: the folder's files go, and its thumbnails will be made anew.
+std::uint32_t TNGListRewrite::LoseFolder(bool bListInPlace) {
+    if (bListInPlace) {
+        DeleteCacheFileNoLock(m_strListPath);
+        DeleteCacheFile(m_strDataPath, m_keys.m_nDataFileKey, false, TNG_LOCK_TIMEOUT_MS);
+    }
+    return QXTNG_ERROR_FILE_WRITE;
+}
+
+void TNGListRewrite::Publish() {
+    for (Outcome& outcome : m_outcomes) {
+        CTNGFileData& record = *outcome.pRecord;
+        record.m_bDeleted = outcome.after.m_bDeleted;
+        record.m_nVersion = outcome.after.m_nVersion;
+        record.m_nExtraLargeOffset = outcome.after.m_nExtraLargeOffset;
+        record.m_nLargeOffset = outcome.after.m_nLargeOffset;
+        record.m_nSmallOffset = outcome.after.m_nSmallOffset;
+    }
+}

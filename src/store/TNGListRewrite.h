@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "store/TNGDataFile.h"
+#include "store/TNGFileData.h"
+
+struct TNGFolderFileKeys;
+template <typename Record>
+class CTNGRecordFile;
+
+/// A file of a new name in the cache folder, deleted again unless it takes another's place.
+class TNGTemporaryFile {
+  public:
+    TNGTemporaryFile() = default;
+    ~TNGTemporaryFile();
+    TNGTemporaryFile(const TNGTemporaryFile&) = delete;
+    TNGTemporaryFile& operator=(const TNGTemporaryFile&) = delete;
+
+    /// Makes the file; its path stays empty if that fails.
+    void Make();
+
+    bool IsMade() const { return !m_strPath.empty(); }
+    const std::u16string& Path() const { return m_strPath; }
+
+    /// Replaces `target` in one step.
+    bool Replace(const std::u16string& target);
+
+  private:
+    std::u16string m_strPath;
+};
+
+/// One pass over a folder's records that rewrites the list file, the data file, or both, through temporary
+/// files. The records themselves change only when all has gone well. The list lock is held by the caller.
+class TNGListRewrite {
+  public:
+    TNGListRewrite(const std::vector<CTNGFileData*>& records, const TNGFolderFileKeys& keys,
+                   const std::u16string& listPath, const std::u16string& dataFileName);
+
+    /// A TNGResult. With `bCompact` the blocks of live pictures and videos go to a new data file; with
+    /// `bRewrite` live records go to a new list file.
+    std::uint32_t Run(bool bCompact, bool bRewrite);
+
+    /// Records that the new list file holds.
+    int RecordsWritten() const { return m_nWritten; }
+
+  private:
+    using ListFile = CTNGRecordFile<CTNGFileData>;
+
+    // What the pass makes of a record.
+    struct Outcome {
+        CTNGFileData* pRecord;
+        CTNGFileData after;
+    };
+    enum class Fate { Keep, Drop, Fail };
+
+    std::uint32_t RunPass(bool bCompact, bool bRewrite);
+    std::uint32_t WriteRecords(bool bCompact, ListFile* pList);
+    Fate Compact(CTNGFileData& record);
+    bool CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLarge);
+    std::uint32_t LoseFolder(bool bListInPlace);
+    void Publish();
+
+    const std::vector<CTNGFileData*>& m_records;
+    const TNGFolderFileKeys& m_keys;
+    std::u16string m_strListPath;
+    std::u16string m_strDataFileName;
+    std::u16string m_strDataPath;
+    std::int64_t m_nDataBytes = 0;  // of the old data file: no thumbnail is larger
+    TNGTemporaryFile m_newList;
+    TNGTemporaryFile m_newData;
+    std::vector<Outcome> m_outcomes;
+    int m_nWritten = 0;
+};

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+/// Outcome of the last step on a record file.
+enum TNGFileStatus : std::uint32_t {
+    FILE_READ_OK = 0,   // opened and the count was read; the last record was read
+    FILE_WRITE_OK = 1,  // opened and the count was written; the last record was written
+    FILE_NOT_FOUND = 3,
+    FILE_COUNT_ERROR = 4,   // the count could not be read or written
+    FILE_ACCESS_ERROR = 5,  // the file could not be opened, or a record not be read or written
+    FILE_NO_PATH = 6,
+};
+
+/// A stream on a file that is a 32-bit count and records; opened by the constructor, closed by the
+/// destructor at the latest. It takes no lock. See docs/cache-format.md.
+///
+/// A file that is written anew keeps what it held until the stream is closed, as far as a buffer reaches, and
+/// one that is appended to gets its new count last: a process that dies meanwhile leaves a whole file.
+class TNGRecordStream {
+  public:
+    /// For reading, fills `*pCount`; for writing, writes it: anew, or with `bUpdateCount` over that of the
+    /// file, whose records then go on at `nAppendAt` bytes, or at its end if that is negative.
+    /// `*pOpened` receives 1 if the file is open.
+    TNGRecordStream(const std::u16string& path, bool bRead, std::int32_t* pCount, std::int32_t* pOpened,
+                    bool bUpdateCount, std::int64_t nAppendAt);
+    ~TNGRecordStream() { Close(); }
+    TNGRecordStream(const TNGRecordStream&) = delete;
+    TNGRecordStream& operator=(const TNGRecordStream&) = delete;
+
+    TNGFileStatus Status() const { return eStatus; }
+
+    /// True once a read has met the end of the file.
+    bool IsEof() const;
+
+    /// Bytes from the start of the file; -1 if it is not open.
+    std::int64_t Position() const;
+
+    /// Has Close() write another count than the constructor got.
+    void SetCount(std::int32_t nCount) { m_nCount = nCount; }
+
+    /// Closes the file. False if what was written did not all reach it; the status then says so, too.
+    bool Close();
+
+  protected:
+    TNGFileStatus eStatus = FILE_COUNT_ERROR;
+    std::FILE* m_pFile = nullptr;
+
+  private:
+    enum class Mode { Read, Anew, Append };
+
+    void OpenForReading(const std::u16string& path, std::int32_t* pCount);
+    void OpenAnew(const std::u16string& path);
+    void OpenForAppending(const std::u16string& path, std::int64_t nAppendAt);
+    bool FinishWriting();
+
+    Mode m_eMode = Mode::Read;
+    std::int32_t m_nCount = 0;
+};
+
+/// The same with records of one type, which read and write themselves with Load() and Save().
+template <typename Record>
+class CTNGRecordFile : public TNGRecordStream {
+  public:
+    CTNGRecordFile(const std::u16string& path, bool bRead, std::int32_t* pCount, std::int32_t* pOpened,
+                   bool bUpdateCount, std::int64_t nAppendAt = -1)
+        : TNGRecordStream(path, bRead, pCount, pOpened, bUpdateCount, nAppendAt) {}
+
+    void ReadRecord(Record* pRecord) {
+        eStatus = m_pFile && pRecord->Load(m_pFile) ? FILE_READ_OK : FILE_ACCESS_ERROR;
+    }
+
+    void WriteRecord(Record* pRecord) {
+        eStatus = m_pFile && pRecord->Save(m_pFile) ? FILE_WRITE_OK : FILE_ACCESS_ERROR;
+    }
+};
