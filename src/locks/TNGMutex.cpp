@@ -1,6 +1,7 @@
 #include "TNGMutex.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "common/TNGLog.h"
 #include "store/TNGFileInfo.h"
@@ -16,6 +17,27 @@ using Clock = std::chrono::steady_clock;
 Clock::time_point After(std::uint32_t ms) {
     return Clock::now() + std::chrono::milliseconds(ms);
 }
+
+// The time of one call of Lock(): no wait is longer than the time-out, and all of them together than twice
+// that.
+class Limit {
+  public:
+    explicit Limit(std::uint32_t timeout)
+        : m_timeout(timeout),
+          m_end(timeout == TNG_WAIT_FOREVER ? Clock::time_point::max()
+                                            : After(timeout) + std::chrono::milliseconds(timeout)) {}
+
+    /// Milliseconds that the next wait may take.
+    std::uint32_t Left() const {
+        if (m_timeout == 0 || m_timeout == TNG_WAIT_FOREVER) return m_timeout;
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_end - Clock::now()).count();
+        return static_cast<std::uint32_t>(std::clamp<std::int64_t>(left, 0, m_timeout));
+    }
+
+  private:
+    std::uint32_t m_timeout;
+    Clock::time_point m_end;
+};
 
 }  // namespace
 
@@ -34,7 +56,6 @@ CTNGMutex::CTNGMutex(const std::u16string& name) : m_strName(name) {
 
 CTNGMutex::~CTNGMutex() {
     if (m_hSemaphore) {
-        if (IsLocked(nullptr)) Unlock(true);
         Platform::CloseHandle(m_hSemaphore);
     }
     TNG_LOG(TNG_LOG_INFO, m_strName.c_str());
@@ -56,22 +77,20 @@ int CTNGMutex::Lock(const TNGLockType& type, std::uint32_t timeout) {
         TNG_LOG(TNG_LOG_LEAVE, u"CTNGMutex::Lock");
         return 0;
     };
-    const auto deadline = timeout == TNG_WAIT_FOREVER ? Clock::time_point::max() : After(timeout);
-    bool bWaited = false;
+    const Limit limit(timeout);
     for (;;) {
         if (CanJoin(type)) {
             ++m_nReadCount;
             return 1;
         }
+        const std::uint32_t left = limit.Left();
         if (m_bLocked && timeout > 0) {
-            // Others may get the lock between the end of one hold and this thread's turn.
-            if (bWaited && Clock::now() >= deadline) return failed();
-            if (!WaitWhileHeld(timeout, std::max(timeout / kLooks, 1u))) return failed();
-            bWaited = true;
-            continue;
+            if (left == 0 || !WaitWhileHeld(left, std::max(left / kLooks, 1u))) return failed();
+        } else if (m_bTaking) {
+            if (left == 0 || !WaitWhileAnotherTakes(left)) return failed();
+        } else {
+            return TakeSemaphore(type, left);
         }
-        if (!m_bTaking) return TakeSemaphore(type, timeout);
-        if (!WaitWhileAnotherTakes(timeout)) return failed();
     }
 }
 
@@ -109,12 +128,24 @@ int CTNGMutex::TakeSemaphore(TNGLockType type, std::uint32_t timeout) {
 int CTNGMutex::Unlock(bool bForce) {
     if (!m_hSemaphore) return 0;
     const TNGGuardLock lock(m_guard);
-    if (bForce && m_bLocked) return ReleaseAll();
+    if (bForce && m_bLocked) return m_nReadersTakenOver > 0 ? LeaveToReaders() : ReleaseAll();
+    if (m_eLockType == TNG_LOCK_WRITE && m_nReadersTakenOver > 0) {
+        --m_nReadersTakenOver;
+        return 1;
+    }
     if (m_eLockType == TNG_LOCK_READ) {
         m_nReadCount = std::max(m_nReadCount - 1, 0);
         return m_nReadCount != 0 ? 1 : ReleaseAll();
     }
     return m_eLockType == TNG_LOCK_WRITE ? ReleaseAll() : 1;
+}
+
+// The writer goes; the readers whose hold it had taken over have not all left.
+int CTNGMutex::LeaveToReaders() {
+    m_nReadCount = std::exchange(m_nReadersTakenOver, 0);
+    m_eLockType = TNG_LOCK_READ;
+    m_change.NotifyAll();
+    return 1;
 }
 
 int CTNGMutex::ReleaseAll() {

@@ -57,6 +57,7 @@ class CTNGMutex {
     bool WaitWhileAnotherTakes(std::uint32_t timeout) TNG_REQUIRES(m_guard);
     bool CanJoin(TNGLockType type) const TNG_REQUIRES(m_guard);
     int ReleaseAll() TNG_REQUIRES(m_guard);
+    int LeaveToReaders() TNG_REQUIRES(m_guard);
 
     std::u16string m_strName;
     Platform::Semaphore* m_hSemaphore = nullptr;  // owned; null if it could not be made
@@ -65,6 +66,8 @@ class CTNGMutex {
     TNGCondition m_change;  // of the fields below
     TNGLockType m_eLockType TNG_GUARDED_BY(m_guard) = TNG_LOCK_NONE;
     std::int32_t m_nReadCount TNG_GUARDED_BY(m_guard) = 0;  // above 0 exactly for a read hold
+    std::int32_t m_nReadersTakenOver TNG_GUARDED_BY(m_guard) =
+        0;  // still to give back a hold that a writer has
     bool m_bLocked TNG_GUARDED_BY(m_guard) = false;
     bool m_bTaking TNG_GUARDED_BY(m_guard) = false;  // a thread waits for the semaphore, for all of them
 };

@@ -38,6 +38,13 @@ bool SetPresence(int nDescriptor, short type, bool bWait) {
     return result == 0;
 }
 
+// Not somebody else's file, nor one that has another name, too.
+bool IsOwnRegularFile(int nDescriptor) {
+    struct stat status {};
+    return fstat(nDescriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
+           status.st_nlink <= 1;
+}
+
 bool IsAnotherPresent(int nDescriptor) {
     struct flock lock {};
     lock.l_type = F_WRLCK;
@@ -66,12 +73,11 @@ std::unique_ptr<NamedSemaphore> NamedSemaphore::Open(const char16_t* pszName, bo
 bool NamedSemaphore::OpenFile() {
     for (;;) {
         m_nDescriptor = open(m_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600);
-        struct stat status {};
-        if (m_nDescriptor < 0 || fstat(m_nDescriptor, &status) != 0) return false;
-        if (!S_ISREG(status.st_mode) || status.st_uid != geteuid()) return false;
-        if (!SetPresence(m_nDescriptor, F_RDLCK, true)) return false;
-        if (IsFileAtPath()) return true;
+        if (m_nDescriptor < 0) return false;
+        const bool bUsable = IsOwnRegularFile(m_nDescriptor) && SetPresence(m_nDescriptor, F_RDLCK, true);
+        if (bUsable && IsFileAtPath()) return true;
         close(std::exchange(m_nDescriptor, -1));
+        if (!bUsable) return false;
     }
 }
 
@@ -95,6 +101,8 @@ NamedSemaphore::~NamedSemaphore() {
     Release();
     if (m_pReleases) munmap(m_pReleases, kPageBytes);
     if (m_nDescriptor < 0) return;
+    // Given up first: of two objects that go at once, one then finds itself alone.
+    SetPresence(m_nDescriptor, F_UNLCK, false);
     if (SetPresence(m_nDescriptor, F_WRLCK, false) && IsFileAtPath()) unlink(m_path.c_str());
     close(m_nDescriptor);
 }
