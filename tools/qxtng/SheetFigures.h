@@ -1,0 +1,29 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <string>
+
+#include "SheetTile.h"
+
+namespace Client {
+
+/// What a sheet amounts to once all is done.
+struct SheetFigures {
+    std::array<std::size_t, kTileKinds> tiles{};  // by TileKind
+    std::chrono::duration<double> time{};
+
+    void Count(TileKind kind) { ++tiles[static_cast<std::size_t>(kind)]; }
+    std::size_t Files() const;
+    std::size_t Failed() const { return tiles[static_cast<std::size_t>(TileKind::Failed)]; }
+    double FilesPerSecond() const;
+};
+
+/// "12,345".
+std::string ToText(std::size_t number);
+
+/// "0.42 s" or "3 min 20 s".
+std::string ToText(std::chrono::duration<double> time);
+
+}  // namespace Client
