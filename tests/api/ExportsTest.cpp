@@ -1,0 +1,203 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "api/QxTng.h"
+#include "platform/Memory.h"
+#include "support/LogCapture.h"
+#include "support/TemporaryFolder.h"
+
+namespace {
+
+using namespace TestSupport;
+
+constexpr TNGSize kBox{160, 160};
+
+// What the calls below pass and receive.
+struct Arguments {
+    TemporaryFolder folder;
+    std::u16string file = folder.Add("file.jpg");
+    std::u16string missing = TextOf(folder / "missing.jpg");
+    const char16_t* pszFile = file.c_str();
+    const char16_t* pszFolder = nullptr;
+    const char16_t* pszMissing = missing.c_str();
+    Gdiplus::Image* pImage = nullptr;
+    unsigned char* pBuffer = nullptr;
+    char16_t* pszText = nullptr;
+    long nLength = 0;
+    TNGSize size{0, 0};
+    int eOrigin = -1;
+    int nAnswer = -1;
+    unsigned nNumber = 0;
+    TNGThumbnailResult record{};
+    TNGBackgroundContext context{&record};
+
+    std::u16string folderText = TextOf(folder.Path());
+    Arguments() { pszFolder = folderText.c_str(); }
+};
+
+// None may touch anything, and there are no log lines: refused at the door.
+TEST(Exports, RefuseNullPointersAtTheDoor) {
+    Arguments a;
+    void* const kMarker = &a;
+    auto* const pImageBefore = static_cast<Gdiplus::Image*>(kMarker);
+    auto* const pBytesBefore = static_cast<unsigned char*>(kMarker);
+    LogCapture log;
+    for (int missing = 0; missing < 6; ++missing) {
+        SCOPED_TRACE(testing::Message() << "null: " << missing);
+        const auto give = [missing](int i, auto* p) { return missing == i ? nullptr : p; };
+        Arguments image, compressed, argb;
+        image.pImage = pImageBefore;
+        EXPECT_EQ(QXGenerateThumbnailImageInForeGround(give(0, a.pszFile), kBox, 0, give(1, &image.pImage),
+                                                       give(2, &image.eOrigin),
+                                                       missing > 2 ? nullptr : &image.nAnswer),
+                  QXTNG_ERROR_INVALID_ARGUMENT);
+        EXPECT_EQ(image.pImage, missing == 1 ? pImageBefore : nullptr);
+        EXPECT_EQ(image.nAnswer, missing > 2 ? -1 : 1);
+
+        compressed.pBuffer = pBytesBefore;
+        compressed.nLength = 77;
+        EXPECT_EQ(QXGenerateThumbnailCompressedBufferInForeGround(
+                      give(0, a.pszFile), kBox, 0, give(1, &compressed.pBuffer), give(2, &compressed.nLength),
+                      give(3, &compressed.eOrigin), missing > 3 ? nullptr : &compressed.nAnswer),
+                  QXTNG_ERROR_INVALID_ARGUMENT);
+        EXPECT_EQ(compressed.pBuffer, missing == 1 ? pBytesBefore : nullptr);
+        EXPECT_EQ(compressed.nLength, missing == 2 ? 77 : 0);
+        EXPECT_EQ(compressed.nAnswer, missing > 3 ? -1 : 1);
+
+        argb.pBuffer = pBytesBefore;
+        argb.size = {7, 8};
+        EXPECT_EQ(QXGenerateThumbnailARBGInForeGround(give(0, a.pszFile), kBox, 0, give(1, &argb.pBuffer),
+                                                      give(2, &argb.size), give(3, &argb.eOrigin),
+                                                      missing > 3 ? nullptr : &argb.nAnswer),
+                  QXTNG_ERROR_INVALID_ARGUMENT);
+        EXPECT_EQ(argb.pBuffer, missing == 1 ? pBytesBefore : nullptr);
+        EXPECT_EQ(argb.size.nHeight, missing == 2 ? 8u : 0u);
+        EXPECT_EQ(argb.nAnswer, missing > 3 ? -1 : 1);
+        for (const Arguments* p : {&image, &compressed, &argb})
+            EXPECT_EQ(p->eOrigin, -1);
+    }
+    const auto callback = [](TNGBackgroundContext*) {};
+    EXPECT_EQ(QXGenerateThumbnailInBackGround(nullptr, kBox, 0, 0, callback, &a.context, &a.nNumber),
+              QXTNG_ERROR_INVALID_ARGUMENT);
+    EXPECT_EQ(QXGenerateThumbnailInBackGround(a.pszFile, kBox, 0, 0, callback, nullptr, &a.nNumber),
+              QXTNG_ERROR_INVALID_ARGUMENT);
+    EXPECT_EQ(QXGenerateThumbnailInBackGround(a.pszFile, kBox, 0, 0, callback, &a.context, nullptr),
+              QXTNG_ERROR_INVALID_ARGUMENT);
+    EXPECT_EQ(GetCacheEnabled(nullptr), QXTNG_ERROR_INVALID_ARGUMENT);
+    EXPECT_EQ(GetCacheFolder(nullptr), QXTNG_ERROR_INVALID_ARGUMENT);
+    EXPECT_EQ(SetCacheFolder(nullptr), QXTNG_ERROR_INVALID_ARGUMENT);
+    EXPECT_EQ(log.Take(), std::vector<std::string>{});
+}
+
+struct ExportCall {
+    const char* pszName;
+    std::function<std::uint32_t(Arguments&)> call;
+    std::uint32_t expected;
+    int answer = -1;  // what is left in Arguments::nAnswer
+};
+
+#define CALL(name, ...) #name, [](Arguments & a) { return (static_cast<void>(a), name(__VA_ARGS__)); }
+
+// While the cache is off. Every frame writes the name on entering and leaving.
+TEST(Exports, AnswerWithinAFrameOfLogLines) {
+    const ExportCall calls[] = {
+        {CALL(QXGenerateThumbnailImageInForeGround, a.pszFolder, kBox, 0, &a.pImage, &a.eOrigin, &a.nAnswer),
+         QXTNG_ERROR_INVALID_ARGUMENT, 1},
+        {CALL(QXGenerateThumbnailCompressedBufferInForeGround, a.pszMissing, kBox, 0, &a.pBuffer, &a.nLength,
+              &a.eOrigin, &a.nAnswer),
+         QXTNG_ERROR_INVALID_ARGUMENT, 1},
+        {CALL(QXGenerateThumbnailARBGInForeGround, a.pszFile, {0, 160}, 0, &a.pBuffer, &a.size, &a.eOrigin,
+              &a.nAnswer),
+         QXTNG_ERROR_INVALID_ARGUMENT, 1},
+        {CALL(QXGenerateThumbnailARBGInForeGround, u"", kBox, 0, &a.pBuffer, &a.size, &a.eOrigin, &a.nAnswer),
+         QXTNG_ERROR_INVALID_ARGUMENT, 1},
+        {CALL(GetCacheEnabled, &a.nAnswer), QXTNG_SUCCESS, 0},
+        {CALL(SetCacheFolder, a.pszMissing), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(SetCacheFolder, u""), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(GetThresholdFileSize, nullptr), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(SetThresholdFileSize, 0), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(InitDBFolder, nullptr), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(InitDBFolder, a.pszMissing), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(InitDBFolder, a.pszFolder), QXTNG_ERROR_CACHE_DISABLED},
+        {CALL(IsFileCached, nullptr, &a.nAnswer), QXTNG_ERROR_INVALID_ARGUMENT, 0},
+        {CALL(IsFileCached, a.pszFile, nullptr), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(IsFileCached, a.pszMissing, &a.nAnswer), QXTNG_ERROR_CACHE_DISABLED, 0},
+        {CALL(IsCachedThumbnailUpToDate, nullptr, &a.nAnswer), QXTNG_ERROR_INVALID_ARGUMENT, 0},
+        {CALL(IsCachedThumbnailUpToDate, a.pszMissing, &a.nAnswer), QXTNG_ERROR_INVALID_ARGUMENT, 0},
+        {CALL(IsCachedThumbnailUpToDate, a.pszFile, nullptr), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(DeleteThumbnail, nullptr), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(DeleteFolder, nullptr), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(GetSizeOriginal, nullptr, &a.size), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(GetSizeOriginal, a.pszFile, nullptr), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(GetSizeOriginal, a.pszMissing, &a.size), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(GetSizeOriginal, a.pszFolder, &a.size), QXTNG_ERROR_UNSUPPORTED_FILE},
+        {CALL(GetSizeOriginal, a.pszFile, &a.size), QXTNG_ERROR_PRODUCTION_FAILED},  // an empty file
+        {CALL(UpdateFileInfo, nullptr), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(UpdateFileInfo, a.pszMissing), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(UpdateThumbnail, nullptr), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(UpdateThumbnail, a.pszMissing), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(UpdateFolder, nullptr), QXTNG_ERROR_INVALID_ARGUMENT},
+        {CALL(UpdateFolder, a.pszMissing), QXTNG_ERROR_INVALID_ARGUMENT},
+        // There is no cache to hand these on to.
+        {CALL(QXGenerateThumbnailInBackGround, a.pszFile, kBox, 0, 0, nullptr, &a.context, &a.nNumber),
+         QXTNG_ERROR_FAILED},
+        {CALL(QXStopBackGroundThread, 1), QXTNG_ERROR_FAILED},
+        {CALL(IsBackGroundThreadActive, 1, &a.nAnswer), QXTNG_ERROR_FAILED},
+        {CALL(SetCacheEnabled, 1), QXTNG_ERROR_FAILED},
+        {CALL(SetCacheFolder, a.pszFolder), QXTNG_ERROR_FAILED},
+        {CALL(InitDB, ), QXTNG_ERROR_FAILED},
+        {CALL(RefreshDBInSysFileCache, ), QXTNG_ERROR_FAILED},
+        {CALL(LockCache, ), QXTNG_ERROR_FAILED},
+        {CALL(ReleaseCacheLock, ), QXTNG_ERROR_FAILED},
+        {CALL(IsCachedThumbnailUpToDate, a.pszFile, &a.nAnswer), QXTNG_ERROR_FAILED, 0},
+        {CALL(DeleteThumbnail, a.pszMissing), QXTNG_ERROR_FAILED},
+        {CALL(DeleteFolder, a.pszMissing), QXTNG_ERROR_FAILED},
+        {CALL(UpdateFileInfo, a.pszFile), QXTNG_ERROR_FAILED},
+        {CALL(UpdateThumbnail, a.pszFile), QXTNG_ERROR_FAILED},
+        {CALL(UpdateFolder, a.pszFolder), QXTNG_ERROR_FAILED},
+        {CALL(UpdateAllOfCache, ), QXTNG_ERROR_FAILED},
+    };
+    for (const ExportCall& c : calls) {
+        SCOPED_TRACE(testing::Message() << c.pszName << ", call " << &c - calls);
+        Arguments arguments;
+        LogCapture log;
+        EXPECT_EQ(c.call(arguments), c.expected);
+        const std::vector<std::string> lines = log.Take();
+        ASSERT_GE(lines.size(), 2u);
+        EXPECT_EQ(lines.front(), std::string("1 ") + c.pszName);
+        EXPECT_EQ(lines.back(), std::string("2 ") + c.pszName);
+        EXPECT_EQ(arguments.nAnswer, c.answer);
+        EXPECT_EQ(arguments.eOrigin, -1);
+        EXPECT_EQ(arguments.pImage, nullptr);
+        EXPECT_EQ(arguments.pBuffer, nullptr);
+        EXPECT_EQ(arguments.size.nWidth, 0u);
+    }
+    LogCapture log;
+    EXPECT_EQ(ShutDown(), QXTNG_ERROR_FAILED);
+    EXPECT_EQ(log.Take(), std::vector<std::string>{});
+}
+
+TEST(Exports, KeepTheThreshold) {
+    unsigned nMegabytes = 0;
+    EXPECT_EQ(GetThresholdFileSize(&nMegabytes), QXTNG_SUCCESS);
+    EXPECT_EQ(nMegabytes, 17u);
+    for (const unsigned set : {5u, 4095u, 0u}) {
+        const unsigned before = nMegabytes;
+        EXPECT_EQ(SetThresholdFileSize(set), set == 0 ? QXTNG_ERROR_INVALID_ARGUMENT : QXTNG_SUCCESS);
+        EXPECT_EQ(GetThresholdFileSize(&nMegabytes), QXTNG_SUCCESS);
+        EXPECT_EQ(nMegabytes, set == 0 ? before : set);
+    }
+}
+
+TEST(Exports, GiveTheCacheFolderInABlockOfItsOwn) {
+    char16_t* pszFolder = nullptr;
+    EXPECT_EQ(GetCacheFolder(&pszFolder), QXTNG_SUCCESS);
+    ASSERT_NE(pszFolder, nullptr);
+    EXPECT_EQ(std::u16string(pszFolder, 260), std::u16string(260, u'\0'));
+    EXPECT_TRUE(HeapFree(GetProcessHeap(), 0, pszFolder));
+}
+
+}  // namespace

@@ -1,0 +1,85 @@
+#include "Program.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+namespace fs = std::filesystem;
+
+Workspace::Workspace() {
+    std::string name = (fs::temp_directory_path() / "qxtng-test-XXXXXX").native();
+    if (!mkdtemp(name.data()))
+        throw fs::filesystem_error("mkdtemp", name, std::error_code(errno, std::generic_category()));
+    m_folder = name;
+}
+
+Workspace::~Workspace() {
+    std::error_code ignored;
+    fs::remove_all(m_folder, ignored);
+}
+
+void Workspace::AddSample(const std::string& sample, const fs::path& name) const {
+    fs::copy_file(kSamples / sample, m_folder / (name.empty() ? fs::path(sample) : name));
+}
+
+void Workspace::AddFile(const fs::path& name, const std::string& content) const {
+    std::ofstream(m_folder / name, std::ios::binary) << content;
+}
+
+Outcome Workspace::Run(const std::vector<std::string>& arguments) const {
+    const Workspace streams;
+    const int output = open((streams / "out").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const int errors = open((streams / "err").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const int exitCode = WaitFor(Start(arguments, output, errors));
+    close(output);
+    close(errors);
+    return {exitCode, ReadFile(streams / "out"), ReadFile(streams / "err")};
+}
+
+pid_t Workspace::Start(const std::vector<std::string>& arguments, int output, int errors) const {
+    std::vector<char*> argv{const_cast<char*>(QXTNG_BINARY)};
+    for (const std::string& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    const pid_t process = fork();
+    if (process != 0) return process;
+    if (chdir(m_folder.c_str()) != 0) _exit(126);
+    output >= 0 ? dup2(output, STDOUT_FILENO) : close(STDOUT_FILENO);
+    errors >= 0 ? dup2(errors, STDERR_FILENO) : close(STDERR_FILENO);
+    execv(QXTNG_BINARY, argv.data());
+    _exit(127);
+}
+
+std::vector<std::string> Workspace::List(const fs::path& folder) const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(m_folder / folder))
+        names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+int WaitFor(pid_t process) {
+    int status = 0;
+    if (process < 0 || waitpid(process, &status, 0) != process) return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string ReadFile(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string KindOf(const std::string& content) {
+    if (content.starts_with("\xFF\xD8\xFF")) return "jpeg";
+    return content.starts_with("\x89PNG") ? "png" : "other";
+}
+
+std::ostream& operator<<(std::ostream& stream, const Outcome& outcome) {
+    return stream << "exit " << outcome.exitCode << "\nout: " << outcome.output << "err: " << outcome.errors;
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <ostream>
+#include <string>
+#include <vector>
+
+/// The program under test, run as a user runs it, in a folder of its own.
+
+inline const std::filesystem::path kSamples = QXTNG_SAMPLES;
+
+struct Outcome {
+    int exitCode;  // -1 if a signal ended the program
+    std::string output;
+    std::string errors;
+};
+
+class Workspace {
+  public:
+    Workspace();
+    ~Workspace();
+    Workspace(const Workspace&) = delete;
+    Workspace& operator=(const Workspace&) = delete;
+
+    std::filesystem::path operator/(const std::filesystem::path& name) const { return m_folder / name; }
+
+    /// Copies a sample, under its own name or another one.
+    void AddSample(const std::string& sample, const std::filesystem::path& name = {}) const;
+    void AddFile(const std::filesystem::path& name, const std::string& content) const;
+
+    /// Runs qxtng in the workspace until it ends.
+    Outcome Run(const std::vector<std::string>& arguments) const;
+
+    /// Starts qxtng with the two descriptors as standard output and standard error; -1 is a closed one.
+    pid_t Start(const std::vector<std::string>& arguments, int output, int errors) const;
+
+    /// Names of what is in a folder, hidden or not, in the order of their bytes.
+    std::vector<std::string> List(const std::filesystem::path& folder = {}) const;
+
+  private:
+    std::filesystem::path m_folder;
+};
+
+/// Waits for the end of a program; see Outcome::exitCode.
+int WaitFor(pid_t process);
+
+std::string ReadFile(const std::filesystem::path& path);
+
+/// "jpeg", "png" or "other", by the first bytes.
+std::string KindOf(const std::string& content);
+
+std::ostream& operator<<(std::ostream& stream, const Outcome& outcome);

@@ -1,0 +1,115 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <sstream>
+
+#include "Program.h"
+
+namespace {
+
+/// Every line on standard error is a message of the program; nothing else may end up there.
+void ExpectMessages(const std::string& errors) {
+    std::istringstream lines(errors);
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_TRUE(line.starts_with("qxtng: ")) << line;
+}
+
+struct UsageCase {
+    std::vector<std::string> arguments;
+    int exitCode;
+    std::string message;  // part of what is on standard error; empty if nothing is
+};
+
+TEST(Usage, ExitCodesAndMessages) {
+    const std::vector<UsageCase> cases = {
+        {{"--help"}, 0, ""},
+        {{"--version"}, 0, ""},
+        {{"thumb", "--help"}, 0, ""},
+        {{}, 2, "thumb or sheet"},
+        {{"shrink", "good.jpg"}, 2, "thumb or sheet"},
+        {{"thumb"}, 2, "--output"},
+        {{"thumb", "-o", "x"}, 2, "FILE"},
+        {{"thumb", "-o", "", "good.jpg"}, 2, "--output"},
+        {{"thumb", "--frames", "2", "-o", "x", "good.jpg"}, 2, "--frames"},
+        {{"thumb", "-m", "best", "-o", "x", "good.jpg"}, 2, "best"},
+        {{"--log", "loud", "thumb", "-o", "x", "good.jpg"}, 2, "loud"},
+        {{"thumb", "-s", "0", "-o", "x", "good.jpg"}, 2, "32767"},
+        {{"thumb", "-s", "32768", "-o", "x", "good.jpg"}, 2, "32767"},
+        {{"thumb", "-s", "99999999999x1", "-o", "x", "good.jpg"}, 2, "32767"},
+        {{"thumb", "-s", "-1", "-o", "x", "good.jpg"}, 2, "-1"},
+        {{"thumb", "-s", "64x", "-o", "x", "good.jpg"}, 2, "64x"},
+        {{"thumb", "-s", "64 ", "-o", "x", "good.jpg"}, 2, "64 "},
+        {{"thumb", "-o", "x.png", "good.jpg", "note.txt"}, 2, "several files need a folder"},
+        {{"thumb", "-o", "-", "good.jpg", "note.txt"}, 2, "several files need a folder"},
+        {{"thumb", "-o", "x", "damaged.jpg"}, 1, "damaged.jpg: damaged"},
+        {{"thumb", "-o", "x", "empty.png"}, 1, "empty.png: empty"},
+        {{"thumb", "-o", "x", "renamed.jpg"}, 1, "renamed.jpg: damaged"},
+        {{"thumb", "-o", "x", "missing.jpg"}, 1, "missing.jpg: No such file"},
+        {{"thumb", "-o", "x", ""}, 1, "No such file"},
+        {{"thumb", "-o", "x", "folder"}, 1, "folder: a folder"},
+        {{"thumb", "-o", "x", "pipe.jpg"}, 1, "pipe.jpg: not a regular file"},
+        {{"thumb", "-o", "x", "[a,b].jpg", "--", "-s"}, 2, "several files"},
+        {{"thumb", "-o", "x", "[a,b]"}, 1, "[a,b]: No such file"},
+        {{"thumb", "-o", "x", "{}"}, 1, "{}: No such file"},
+        {{"thumb", "-o", "x", "sheet"}, 1, "sheet: No such file"},
+        {{"thumb", "-o", "pipe.jpg", "good.jpg"}, 1, "pipe.jpg cannot be written: not a regular file"},
+        {{"thumb", "-o", "good.jpg/x.png", "good.jpg"},
+         1,
+         "good.jpg/x.png cannot be written: Not a directory"},
+        {{"thumb", "-o", "good.jpg/", "good.jpg"}, 1, "good.jpg/ cannot be made"},
+        {{"thumb", "-o", "nowhere/x.png", "good.jpg"}, 1, "nowhere/x.png cannot be written: No such file"},
+        {{"sheet"}, 2, "FOLDER"},
+        {{"sheet", "missing"}, 2, "missing does not exist"},
+        {{"sheet", "good.jpg"}, 2, "good.jpg is not a folder"},
+        {{"sheet", "folder", "-o", ""}, 2, "--output"},
+        {{"sheet", "folder", "-o", "folder"}, 1, "folder cannot be written: is a folder"},
+        {{"sheet", "folder", "-o", "good.jpg/x.html"},
+         1,
+         "good.jpg/x.html cannot be written: Not a directory"},
+        {{"sheet", ".", "-o", "good.jpg"}, 1, "good.jpg is not overwritten"},
+    };
+    const Workspace space;
+    space.AddSample("baseline.jpg", "good.jpg");
+    space.AddSample("damaged.jpg");
+    space.AddFile("empty.png", "");
+    space.AddFile("note.txt", "not a picture\n");
+    space.AddFile("renamed.jpg", "not a picture\n");
+    std::filesystem::create_directory(space / "folder");
+    ASSERT_EQ(mkfifo((space / "pipe.jpg").c_str(), 0600), 0);
+    const std::vector<std::string> before = space.List();
+    const std::string good = ReadFile(space / "good.jpg");
+
+    for (const UsageCase& usage : cases) {
+        const Outcome outcome = space.Run(usage.arguments);
+        SCOPED_TRACE(testing::PrintToString(usage.arguments) + '\n' + testing::PrintToString(outcome));
+        EXPECT_EQ(outcome.exitCode, usage.exitCode);
+        EXPECT_EQ(outcome.errors.empty(), usage.message.empty());
+        EXPECT_NE(outcome.errors.find(usage.message), std::string::npos);
+        EXPECT_EQ(outcome.output.empty(), usage.exitCode != 0);
+        ExpectMessages(outcome.errors);
+        EXPECT_EQ(space.List(), before) << "nothing is left behind";
+    }
+    EXPECT_EQ(ReadFile(space / "good.jpg"), good);
+}
+
+TEST(Usage, LogIsPrintedOnlyWhenAskedFor) {
+    struct LogCase {
+        std::vector<std::string> options;
+        bool showsCalls;
+    };
+    const std::vector<LogCase> cases = {
+        {{}, false}, {{"--log", "error"}, false}, {{"--log", "info"}, false}, {{"--log", "all"}, true}};
+    const Workspace space;
+    space.AddSample("baseline.jpg");
+    for (const LogCase& log : cases) {
+        std::vector<std::string> arguments = log.options;
+        arguments.insert(arguments.end(), {"thumb", "-o", "out.png", "baseline.jpg"});
+        const Outcome outcome = space.Run(arguments);
+        SCOPED_TRACE(testing::PrintToString(arguments) + '\n' + testing::PrintToString(outcome));
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(outcome.errors.find("log: enter: ") != std::string::npos, log.showsCalls);
+        ExpectMessages(outcome.errors);
+    }
+}
+
+}  // namespace
