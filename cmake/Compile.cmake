@@ -15,6 +15,8 @@ add_compile_options($<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 if(QXTNG_SANITIZE)
     add_compile_options(-fsanitize=${QXTNG_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
     add_link_options(-fsanitize=${QXTNG_SANITIZE})
+    # What the sanitizers add hides from g++ that the standard library's own objects are initialised.
+    add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()
 
 # A shared library whose exports are the ones that its version script lists.

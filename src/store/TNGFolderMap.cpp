@@ -1,6 +1,7 @@
 #include "TNGFolderMap.h"
 
 #include "common/TNGLog.h"
+#include "platform/Text.h"
 #include "store/TNGFields.h"
 #include "store/TNGFileInfo.h"
 
@@ -16,6 +17,11 @@ std::uint32_t KeyOf(const std::u16string& name) {
     std::u16string path;
     CTNGFileInfo::BuildFilePath(path, s_strCacheFolder.Get(), name);
     return CTNGFileInfo::GetHashCode(path);
+}
+
+// Cache files lie in the cache folder itself; a damaged index must not lead out of it.
+bool IsBareName(const std::u16string& name) {
+    return !name.empty() && name != u"." && name != u".." && name.find(Platform::kPathSeparator) == name.npos;
 }
 
 }  // namespace
@@ -49,6 +55,11 @@ int CTNGFolderMap::Load(std::FILE* pFile) {
 bool CTNGFolderMap::ReadRecord(std::FILE* pFile) {
     for (std::u16string* pText : {&m_strFolderPath, &m_strDataFileName, &m_strListFileName}) {
         if (!ReadText(pFile, *pText)) return false;
+    }
+    if (!IsBareName(m_strDataFileName) || !IsBareName(m_strListFileName)) {
+        m_strDataFileName.clear();
+        m_strListFileName.clear();
+        return false;
     }
     m_nListFileKey = KeyOf(m_strListFileName);
     m_nDataFileKey = KeyOf(m_strDataFileName);

@@ -5,9 +5,7 @@
 
 #include "common/TNGThreshold.h"
 #include "common/TNGTypes.h"
-#include "locks/TNGMutex.h"
 #include "platform/FileOperations.h"
-#include "store/TNGCacheFiles.h"
 #include "store/TNGFileInfo.h"
 #include "store/TNGFolderFileKeys.h"
 #include "store/TNGRecordFile.h"
@@ -73,25 +71,20 @@ std::uint32_t TNGListRewrite::Run(bool bCompact, bool bRewrite) {
 }
 
 std::uint32_t TNGListRewrite::RunPass(bool bCompact, bool bRewrite) {
-    const bool bListInPlace = !Exists(m_strListPath);
-    if (bRewrite && !bListInPlace) m_newList.Make();
     std::unique_ptr<ListFile> pList;
     if (bRewrite) {
+        m_newList.Make();
         auto count = static_cast<std::int32_t>(m_records.size());
         std::int32_t bOpened = 0;
-        pList = std::make_unique<ListFile>(bListInPlace ? m_strListPath : m_newList.Path(), false, &count,
-                                           &bOpened, false);
+        pList = std::make_unique<ListFile>(m_newList.Path(), false, &count, &bOpened, false);
         if (!bOpened) return QXTNG_ERROR_FILE_WRITE;
     }
     if (bCompact) m_newData.Make();
-    const std::uint32_t result = WriteRecords(bCompact, pList.get());
-    if (result == QXTNG_ERROR_FILE_WRITE) return LoseFolder(bListInPlace);
-    if (result != QXTNG_SUCCESS) return result;
+    if (const std::uint32_t result = WriteRecords(bCompact, pList.get()); result != QXTNG_SUCCESS) return result;
     if (pList) {
         pList->SetCount(m_nWritten);
-        if (!pList->Close()) return LoseFolder(bListInPlace);
+        if (!pList->Close() || !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
     }
-    if (m_newList.IsMade() && !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
     if (bCompact && !m_newData.Replace(m_strDataPath)) return QXTNG_ERROR_FILE_WRITE;
     Publish();
     return QXTNG_SUCCESS;
@@ -118,7 +111,7 @@ TNGListRewrite::Fate TNGListRewrite::Compact(CTNGFileData& record) {
     if (record.m_strDataFileName != m_strDataFileName || record.m_bDeleted == 1) return Fate::Drop;
     if (HasNoThumbnail(record)) return Fate::Keep;
     const bool bKeepExtraLarge = KeepsExtraLarge(record);
-    if (bKeepExtraLarge && record.m_nExtraLargeOffset == -1 && record.m_nExtraLargeSize <= 0) {
+    if (bKeepExtraLarge && !HasExtraLarge(record)) {
         record.m_bDeleted = 1;  // it will be made again, with the thumbnail that it lacks
         return Fate::Drop;
     }
@@ -158,16 +151,6 @@ bool TNGListRewrite::CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLar
     SetThumbnailLocations(record, false, offset, bExtraLarge, record.m_nExtraLargeSize, record.m_nLargeSize,
                           record.m_nSmallSize);
     return true;
-}
-
-// A list that could not be written where there was none leaves half of one, which would give wrong
-// thumbnails: the folder's files go, and its thumbnails will be made anew.
-std::uint32_t TNGListRewrite::LoseFolder(bool bListInPlace) {
-    if (bListInPlace) {
-        DeleteCacheFileNoLock(m_strListPath);
-        DeleteCacheFile(m_strDataPath, m_keys.m_nDataFileKey, false, TNG_LOCK_TIMEOUT_MS);
-    }
-    return QXTNG_ERROR_FILE_WRITE;
 }
 
 void TNGListRewrite::Publish() {

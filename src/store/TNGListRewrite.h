@@ -60,7 +60,6 @@ class TNGListRewrite {
     std::uint32_t WriteRecords(bool bCompact, ListFile* pList);
     Fate Compact(CTNGFileData& record);
     bool CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLarge);
-    std::uint32_t LoseFolder(bool bListInPlace);
     void Publish();
 
     const std::vector<CTNGFileData*>& m_records;

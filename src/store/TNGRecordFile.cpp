@@ -83,8 +83,9 @@ bool TNGRecordStream::FinishWriting() {
     const bool bNew = m_eMode == Mode::Anew;
     // The records have to be in the file before the count says so. Behind them there may be the rest of the
     // file that stood there.
-    const bool bWritten = std::fflush(m_pFile) == 0 && end >= 0;
+    const bool bWritten = std::fflush(m_pFile) == 0 && end >= 0 && ferror_unlocked(m_pFile) == 0;
     if (bNew && ftruncate(fileno(m_pFile), std::max<std::int64_t>(end, 0)) != 0) return false;
+    if (!bNew && eStatus != FILE_WRITE_OK) return false;
     if (!bWritten || std::fseek(m_pFile, 0, SEEK_SET) != 0) return false;
     WriteField(m_pFile, m_nCount);
     return std::fflush(m_pFile) == 0;
