@@ -20,8 +20,8 @@ std::uint32_t KeyOf(const std::u16string& name) {
 }
 
 // Cache files lie in the cache folder itself; a damaged index must not lead out of it.
-bool IsBareName(const std::u16string& name) {
-    return !name.empty() && name != u"." && name != u".." && name.find(Platform::kPathSeparator) == name.npos;
+bool StaysInFolder(const std::u16string& name) {
+    return name != u".." && name.find(Platform::kPathSeparator) == std::u16string::npos;
 }
 
 }  // namespace
@@ -56,14 +56,14 @@ bool CTNGFolderMap::ReadRecord(std::FILE* pFile) {
     for (std::u16string* pText : {&m_strFolderPath, &m_strDataFileName, &m_strListFileName}) {
         if (!ReadText(pFile, *pText)) return false;
     }
-    if (!IsBareName(m_strDataFileName) || !IsBareName(m_strListFileName)) {
+    ReadField(pFile, m_nFileNumber);
+    if (!StaysInFolder(m_strDataFileName) || !StaysInFolder(m_strListFileName)) {
         m_strDataFileName.clear();
         m_strListFileName.clear();
         return false;
     }
     m_nListFileKey = KeyOf(m_strListFileName);
     m_nDataFileKey = KeyOf(m_strDataFileName);
-    ReadField(pFile, m_nFileNumber);
     return true;
 }
 

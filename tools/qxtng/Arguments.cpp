@@ -93,9 +93,10 @@ CLI::App* AddCheck(CLI::App& app, Arguments& arguments) {
         ->required()
         ->type_name("");
     check->add_flag("--json", options.json, "Print one JSON object");
-    check->footer("An error is what loses data or gives wrong data, a warning what is dead weight.\n"
-                  "Ends with 0 if there are no errors, whatever the warnings; with 1 if there are any.\n"
-                  "No program should be using the cache meanwhile.");
+    check->footer(
+        "An error is what loses data or gives wrong data, a warning what is dead weight.\n"
+        "Ends with 0 if there are no errors, whatever the warnings; with 1 if there are any.\n"
+        "No program should be using the cache meanwhile.");
     return check;
 }
 
