@@ -66,11 +66,14 @@ bool CopyFileW(const char16_t* pszFrom, const char16_t* pszTo, bool bFailIfExist
     Descriptor source(open(PathToBytes(pszFrom).c_str(), O_RDONLY | O_CLOEXEC));
     struct stat status {};
     if (!source.IsOpen() || fstat(source.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
-    const int onExisting = bFailIfExists ? O_EXCL : O_TRUNC;
-    Descriptor target(open(to.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | onExisting, 0666));
-    if (!target.IsOpen()) return false;
+    Descriptor target(open(to.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | (bFailIfExists ? O_EXCL : 0), 0666));
+    struct stat there {};
+    if (!target.IsOpen() || fstat(target.Get(), &there) != 0) return false;
+    // Onto itself, by whatever name: emptying the target would lose the source.
+    if (there.st_dev == status.st_dev && there.st_ino == status.st_ino) return false;
     const timespec times[] = {status.st_atim, status.st_mtim};
-    const bool bCopied = CopyBytes(source.Get(), target.Get()) && futimens(target.Get(), times) == 0;
+    const bool bCopied = ftruncate(target.Get(), 0) == 0 && CopyBytes(source.Get(), target.Get()) &&
+                         futimens(target.Get(), times) == 0;
     const bool bClosed = target.Close();
     if (bCopied && bClosed) return true;
     unlink(to.c_str());

@@ -67,7 +67,10 @@ int CTNGFileDataCollection::RemoveRecord(std::u16string_view path) {
     const std::unique_ptr<CTNGFileData> pRecord(*found);
     const bool bHasTwins = m_firstByPath.size() < m_pItems->size();
     m_firstByPath.erase(found);
-    const auto next = m_pItems->erase(std::ranges::find(*m_pItems, pRecord.get()));
+    const auto place = std::ranges::find(*m_pItems, pRecord.get());
+    // The file holds it: what is appended next would not go with what is there.
+    if (place - m_pItems->begin() <= m_nLastSaved) m_nLastSaved = -1;
+    const auto next = m_pItems->erase(place);
     if (!bHasTwins) return 1;
     const auto twin = std::find_if(next, m_pItems->end(), [&](const CTNGFileData* p) {
         return p->m_strFilePath == pRecord->m_strFilePath;
@@ -97,7 +100,7 @@ std::uint32_t CTNGFileDataCollection::LoadRecords(TNGPathIndex* pPathIndex) {
     CTNGRecordFile<CTNGFileData> file(CachePath(m_strListFileName), true, &count, &bOpened, false);
     if (!bOpened) return QXTNG_ERROR_FILE_READ;
     m_nLastSaved = -1;
-    for (; !file.IsEof() && count > 0; --count) {
+    for (; file.CanReadOn() && count > 0; --count) {
         auto pRecord = std::make_unique<CTNGFileData>();
         file.ReadRecord(pRecord.get());
         if (file.Status() != FILE_READ_OK) return QXTNG_ERROR_FILE_READ;
@@ -159,7 +162,7 @@ std::uint32_t CTNGFileDataCollection::SaveList(bool bCompact, const std::u16stri
     m_nLastSaved = -1;
     m_nSavedBytes = -1;
     const std::uint32_t result = rewrite.Run(bCompact, bRewrite);
-    if (result == QXTNG_SUCCESS && bRewrite) m_nLastSaved = rewrite.RecordsWritten() - 1;
+    if (result == QXTNG_SUCCESS && rewrite.HasNewList()) m_nLastSaved = rewrite.RecordsWritten() - 1;
     return result;
 }
 

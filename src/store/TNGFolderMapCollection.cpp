@@ -130,7 +130,7 @@ std::uint32_t CTNGFolderMapCollection::Load(const std::u16string& fileName, cons
                                    : u"CTNGFolderMapCollection::Load condition QXTNG_ERROR_NOT_CACHED");
         return QXTNG_ERROR_NOT_CACHED;
     }
-    for (; !file.IsEof() && count > 0; --count)
+    for (; file.CanReadOn() && count > 0; --count)
         TakeUpFolder(file, target, bHeaderOnly, pPath && !bLoadDirMapOnly, pPathIndex);
     NoteIndexTime(fileName);
     TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMapCollection::Load");
@@ -205,7 +205,7 @@ std::uint32_t CTNGFolderMapCollection::CheckAndAddNewFolderMap(const std::u16str
     IndexFile file(indexPath, true, &count, &bOpened, false);
     if (!bOpened) return QXTNG_SUCCESS;
     *pbAdded = false;
-    for (; !file.IsEof() && count > 0; --count) {
+    for (; file.CanReadOn() && count > 0; --count) {
         try {
             auto pFolderMap = std::make_unique<CTNGFolderMap>(true);
             file.ReadRecord(pFolderMap.get());
@@ -250,7 +250,8 @@ std::uint32_t CTNGFolderMapCollection::SaveFolderMaps(const std::u16string& file
         for (auto& [path, pFolderMap] : *m_pTable) {
             if (!HasDrive(path)) continue;
             if (Platform::GetDriveTypeW(path.c_str()) != Platform::DRIVE_FIXED) {
-                clock.Exclude([&] { DeleteBothFiles(*pFolderMap); });
+                const CTNGFolderMap& folderMap = *pFolderMap;
+                clock.Exclude([&folderMap] { DeleteBothFiles(folderMap); });
                 continue;
             }
             bGood &= SaveFolder(file, *pFolderMap, bSaveLists);

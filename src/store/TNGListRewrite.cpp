@@ -6,6 +6,7 @@
 #include "common/TNGThreshold.h"
 #include "common/TNGTypes.h"
 #include "platform/FileOperations.h"
+#include "platform/Streams.h"
 #include "store/TNGFileInfo.h"
 #include "store/TNGFolderFileKeys.h"
 #include "store/TNGRecordFile.h"
@@ -29,6 +30,9 @@ std::int64_t SizeOfFile(const std::u16string& path) {
     return static_cast<std::int64_t>(std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow);
 }
 
+// What a new data file may begin with, so that its blocks lie otherwise than those of the old one.
+constexpr int kMostDeadBytes = 16;
+
 // A compaction keeps the extra-large thumbnail of videos, and of pictures that are still large.
 bool KeepsExtraLarge(const CTNGFileData& record) {
     if (record.m_eFileType == ASSET_TYPE_VIDEO) return true;
@@ -43,6 +47,8 @@ TNGTemporaryFile::~TNGTemporaryFile() {
 }
 
 void TNGTemporaryFile::Make() {
+    if (IsMade()) Platform::DeleteFileW(m_strPath.c_str());
+    m_strPath.clear();
     char16_t path[Platform::MAX_PATH];
     if (Platform::GetTempFileNameW(s_strCacheFolder.Get().c_str(), u"Temp", 0, path) != 0) m_strPath = path;
 }
@@ -71,23 +77,67 @@ std::uint32_t TNGListRewrite::Run(bool bCompact, bool bRewrite) {
 }
 
 std::uint32_t TNGListRewrite::RunPass(bool bCompact, bool bRewrite) {
+    // New locations have to reach the list file together with the new data file.
+    m_bNewList = bRewrite || bCompact;
+    for (int deadBytes = 0; deadBytes < kMostDeadBytes; ++deadBytes) {
+        const std::uint32_t result = WriteFiles(bCompact, deadBytes);
+        if (result != QXTNG_SUCCESS) return result;
+        if (bCompact && CouldBeMistaken()) continue;
+        if (m_bNewList && !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
+        if (bCompact && !m_newData.Replace(m_strDataPath)) return QXTNG_ERROR_FILE_WRITE;
+        Publish();
+        return QXTNG_SUCCESS;
+    }
+    return QXTNG_ERROR_FAILED;
+}
+
+std::uint32_t TNGListRewrite::WriteFiles(bool bCompact, int deadBytes) {
+    m_outcomes.clear();
+    m_nWritten = 0;
     std::unique_ptr<ListFile> pList;
-    if (bRewrite) {
+    if (m_bNewList) {
         m_newList.Make();
         auto count = static_cast<std::int32_t>(m_records.size());
         std::int32_t bOpened = 0;
         pList = std::make_unique<ListFile>(m_newList.Path(), false, &count, &bOpened, false);
         if (!bOpened) return QXTNG_ERROR_FILE_WRITE;
     }
-    if (bCompact) m_newData.Make();
-    if (const std::uint32_t result = WriteRecords(bCompact, pList.get()); result != QXTNG_SUCCESS) return result;
-    if (pList) {
-        pList->SetCount(m_nWritten);
-        if (!pList->Close() || !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
+    if (bCompact) {
+        m_newData.Make();
+        if (!WriteDeadBytes(deadBytes)) return QXTNG_ERROR_FAILED;
     }
-    if (bCompact && !m_newData.Replace(m_strDataPath)) return QXTNG_ERROR_FILE_WRITE;
-    Publish();
-    return QXTNG_SUCCESS;
+    if (const std::uint32_t result = WriteRecords(bCompact, pList.get()); result != QXTNG_SUCCESS)
+        return result;
+    if (!pList) return QXTNG_SUCCESS;
+    pList->SetCount(m_nWritten);
+    return pList->Close() ? QXTNG_SUCCESS : QXTNG_ERROR_FILE_WRITE;
+}
+
+bool TNGListRewrite::WriteDeadBytes(int nBytes) {
+    std::FILE* pFile = nullptr;
+    if (nBytes == 0 || !m_newData.IsMade()) return true;
+    if (Platform::_wfopen_s(&pFile, m_newData.Path().c_str(), "wb") != 0) return false;
+    for (int i = 0; i < nBytes; ++i)
+        std::fputc(0xFF, pFile);
+    return Platform::CloseStream(pFile);
+}
+
+// The two files take their places one after the other. A process that dies in between leaves new locations to
+// the old data file, where none of them may find the trailer of another block: that would be another picture.
+bool TNGListRewrite::CouldBeMistaken() {
+    CTNGDataFile file;
+    for (const Outcome& outcome : m_outcomes) {
+        const CTNGFileData& after = outcome.after;
+        const bool bMoved = after.m_nSmallOffset != outcome.pRecord->m_nSmallOffset;
+        if (!bMoved || after.m_bDeleted != 0 || after.m_nSmallOffset < 0) continue;
+        TNGBlockTrailer trailer;
+        std::uint8_t byte = 0;
+        if (file.ReadBlockChecked(m_strDataPath, m_keys.m_nDataFileKey, after.m_nSmallOffset, 1,
+                                  after.m_nSmallOffset + after.m_nSmallSize, &trailer, &byte) == 0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::uint32_t TNGListRewrite::WriteRecords(bool bCompact, ListFile* pList) {

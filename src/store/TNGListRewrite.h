@@ -19,7 +19,7 @@ class TNGTemporaryFile {
     TNGTemporaryFile(const TNGTemporaryFile&) = delete;
     TNGTemporaryFile& operator=(const TNGTemporaryFile&) = delete;
 
-    /// Makes the file; its path stays empty if that fails.
+    /// Makes a new file, in place of one made before; its path stays empty if that fails.
     void Make();
 
     bool IsMade() const { return !m_strPath.empty(); }
@@ -43,6 +43,9 @@ class TNGListRewrite {
     /// `bRewrite` live records go to a new list file.
     std::uint32_t Run(bool bCompact, bool bRewrite);
 
+    /// True if the pass wrote a list file.
+    bool HasNewList() const { return m_bNewList; }
+
     /// Records that the new list file holds.
     int RecordsWritten() const { return m_nWritten; }
 
@@ -57,6 +60,9 @@ class TNGListRewrite {
     enum class Fate { Keep, Drop, Fail };
 
     std::uint32_t RunPass(bool bCompact, bool bRewrite);
+    std::uint32_t WriteFiles(bool bCompact, int deadBytes);
+    bool WriteDeadBytes(int nBytes);
+    bool CouldBeMistaken();
     std::uint32_t WriteRecords(bool bCompact, ListFile* pList);
     Fate Compact(CTNGFileData& record);
     bool CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLarge);
@@ -71,5 +77,6 @@ class TNGListRewrite {
     TNGTemporaryFile m_newList;
     TNGTemporaryFile m_newData;
     std::vector<Outcome> m_outcomes;
+    bool m_bNewList = false;
     int m_nWritten = 0;
 };

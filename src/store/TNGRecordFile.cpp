@@ -1,11 +1,16 @@
 #include "TNGRecordFile.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
 #include <utility>
 
+#include "platform/FileOperations.h"
 #include "store/TNGFields.h"
 
 TNGRecordStream::TNGRecordStream(const std::u16string& path, bool bRead, std::int32_t* pCount,
@@ -26,7 +31,8 @@ TNGRecordStream::TNGRecordStream(const std::u16string& path, bool bRead, std::in
         }
         *pOpened = m_pFile ? 1 : 0;
     } catch (...) {
-        if (m_pFile) Platform::CloseStream(std::exchange(m_pFile, nullptr));
+        m_eMode = Mode::Read;
+        Close();
         eStatus = FILE_COUNT_ERROR;
     }
 }
@@ -40,17 +46,19 @@ void TNGRecordStream::OpenForReading(const std::u16string& path, std::int32_t* p
     }
 }
 
-// Not emptied here: should the process end before the stream is closed, what stood there still stands.
 void TNGRecordStream::OpenAnew(const std::u16string& path) {
     m_eMode = Mode::Anew;
-    if (Platform::_wfopen_s(&m_pFile, path.c_str(), "r+b") == ENOENT)
-        Platform::_wfopen_s(&m_pFile, path.c_str(), "wb");
+    m_strPath = path;
+    m_bCreated = Platform::_wfopen_s(&m_pTarget, path.c_str(), "r+b") == ENOENT;
+    if (m_bCreated) Platform::_wfopen_s(&m_pTarget, path.c_str(), "wb");
+    if (m_pTarget) m_pFile = open_memstream(&m_pContent, &m_nContentBytes);
     if (!m_pFile) {
+        if (m_pTarget) Platform::CloseStream(std::exchange(m_pTarget, nullptr));
         eStatus = FILE_ACCESS_ERROR;
         return;
     }
     WriteField(m_pFile, m_nCount);
-    if (ferror_unlocked(m_pFile) == 0) eStatus = FILE_WRITE_OK;
+    eStatus = FILE_WRITE_OK;
 }
 
 void TNGRecordStream::OpenForAppending(const std::u16string& path, std::int64_t nAppendAt) {
@@ -64,8 +72,6 @@ void TNGRecordStream::OpenForAppending(const std::u16string& path, std::int64_t 
     const bool bCut = !bTail || ftruncate(fileno(m_pFile), nAppendAt) == 0;
     if (bCut && std::fseek(m_pFile, 0, SEEK_END) == 0) {
         eStatus = FILE_WRITE_OK;
-    } else {
-        m_eMode = Mode::Read;  // nothing is to be written
     }
 }
 
@@ -73,28 +79,61 @@ bool TNGRecordStream::IsEof() const {
     return m_pFile && feof_unlocked(m_pFile) != 0;
 }
 
+bool TNGRecordStream::CanReadOn() const {
+    return m_pFile && feof_unlocked(m_pFile) == 0 && ferror_unlocked(m_pFile) == 0;
+}
+
 std::int64_t TNGRecordStream::Position() const {
     return m_pFile ? ftello(m_pFile) : -1;
 }
 
-bool TNGRecordStream::FinishWriting() {
-    if (m_eMode == Mode::Read) return eStatus != FILE_COUNT_ERROR;
-    const std::int64_t end = Position();
-    const bool bNew = m_eMode == Mode::Anew;
-    // The records have to be in the file before the count says so. Behind them there may be the rest of the
-    // file that stood there.
-    const bool bWritten = std::fflush(m_pFile) == 0 && end >= 0 && ferror_unlocked(m_pFile) == 0;
-    if (bNew && ftruncate(fileno(m_pFile), std::max<std::int64_t>(end, 0)) != 0) return false;
-    if (!bNew && eStatus != FILE_WRITE_OK) return false;
-    if (!bWritten || std::fseek(m_pFile, 0, SEEK_SET) != 0) return false;
+// The records have to be in the file before the count says so.
+bool TNGRecordStream::FinishAppending() {
+    if (eStatus != FILE_WRITE_OK || std::fflush(m_pFile) != 0 || ferror_unlocked(m_pFile) != 0) return false;
+    if (std::fseek(m_pFile, 0, SEEK_SET) != 0) return false;
     WriteField(m_pFile, m_nCount);
     return std::fflush(m_pFile) == 0;
 }
 
+bool TNGRecordStream::FinishAnew() {
+    const bool bCollected = ferror_unlocked(m_pFile) == 0 && std::fflush(m_pFile) == 0;
+    const bool bClosed = std::fclose(std::exchange(m_pFile, nullptr)) == 0;
+    const std::unique_ptr<char, void (*)(void*)> pContent(m_pContent, &std::free);
+    bool bReplaced = false;
+    if (bCollected && bClosed && m_nContentBytes >= sizeof m_nCount) {
+        std::memcpy(m_pContent, &m_nCount, sizeof m_nCount);
+        bReplaced = Replace(m_pContent, m_nContentBytes);
+    }
+    const bool bTargetClosed = Platform::CloseStream(std::exchange(m_pTarget, nullptr));
+    if (bReplaced && bTargetClosed) return true;
+    if (m_bCreated) Platform::DeleteFileW(m_strPath.c_str());
+    return false;
+}
+
+// The room is taken first: a disk that is full is found out while the old content still stands.
+bool TNGRecordStream::Replace(const char* pContent, std::size_t nBytes) {
+    const int nDescriptor = fileno(m_pTarget);
+    const auto size = static_cast<off_t>(nBytes);
+    struct stat before {};
+    if (fstat(nDescriptor, &before) != 0) return false;
+    if (before.st_size < size && posix_fallocate(nDescriptor, 0, size) != 0) {
+        if (ftruncate(nDescriptor, before.st_size) != 0) return false;
+        return false;
+    }
+    if (Platform::_fwrite_nolock(pContent, nBytes, 1, m_pTarget) != 1 || std::fflush(m_pTarget) != 0)
+        return false;
+    return ftruncate(nDescriptor, size) == 0;
+}
+
 bool TNGRecordStream::Close() {
     if (!m_pFile) return true;
-    const bool bFinished = FinishWriting();
-    const bool bClosed = Platform::CloseStream(std::exchange(m_pFile, nullptr));
-    if (!bFinished || !bClosed) eStatus = FILE_ACCESS_ERROR;
-    return bFinished && bClosed;
+    bool bGood = true;
+    if (m_eMode == Mode::Anew) {
+        bGood = FinishAnew();
+    } else {
+        if (m_eMode == Mode::Append) bGood = FinishAppending();
+        bGood &= Platform::CloseStream(std::exchange(m_pFile, nullptr));
+    }
+    if (!bGood) eStatus = FILE_ACCESS_ERROR;
+    return bGood;
 }

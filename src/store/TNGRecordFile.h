@@ -17,8 +17,9 @@ enum TNGFileStatus : std::uint32_t {
 /// A stream on a file that is a 32-bit count and records; opened by the constructor, closed by the
 /// destructor at the latest. It takes no lock. See docs/cache-format.md.
 ///
-/// A file that is written anew keeps what it held until the stream is closed, as far as a buffer reaches, and
-/// one that is appended to gets its new count last: a process that dies meanwhile leaves a whole file.
+/// A file that is written anew keeps what it held until the stream is closed, and if there is no room for the
+/// new content; one that is appended to gets its new count last. So a process that dies, or a disk that is
+/// full, leaves a whole file.
 class TNGRecordStream {
   public:
     /// For reading, fills `*pCount`; for writing, writes it: anew, or with `bUpdateCount` over that of the
@@ -34,6 +35,9 @@ class TNGRecordStream {
 
     /// True once a read has met the end of the file.
     bool IsEof() const;
+
+    /// True while there may be more to read: neither the end nor an error has been met.
+    bool CanReadOn() const;
 
     /// Bytes from the start of the file; -1 if it is not open.
     std::int64_t Position() const;
@@ -54,10 +58,19 @@ class TNGRecordStream {
     void OpenForReading(const std::u16string& path, std::int32_t* pCount);
     void OpenAnew(const std::u16string& path);
     void OpenForAppending(const std::u16string& path, std::int64_t nAppendAt);
-    bool FinishWriting();
+    bool FinishAppending();
+    bool FinishAnew();
+    bool Replace(const char* pContent, std::size_t nBytes);
 
     Mode m_eMode = Mode::Read;
     std::int32_t m_nCount = 0;
+
+    // Of a file that is written anew: m_pFile collects its content in memory.
+    std::u16string m_strPath;
+    std::FILE* m_pTarget = nullptr;
+    bool m_bCreated = false;  // the file was not there before
+    char* m_pContent = nullptr;
+    std::size_t m_nContentBytes = 0;
 };
 
 /// The same with records of one type, which read and write themselves with Load() and Save().
