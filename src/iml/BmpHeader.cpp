@@ -10,8 +10,7 @@ namespace {
 constexpr std::size_t kFileHeader = 14;
 constexpr std::size_t kCoreHeader = 12;   // of OS/2: 16-bit sizes, colours of three bytes
 constexpr std::size_t kInfoHeader = 40;   // the fields that all later versions begin with
-constexpr std::size_t kRgbMasksEnd = 52;  // in headers of this size or more, masks are part of them
-constexpr std::size_t kAllMasksEnd = 56;
+constexpr std::size_t kAllMasksEnd = 56;  // headers of this size or more hold a fourth mask, of alpha
 constexpr std::size_t kLargestHeader = 124;
 
 // Both headers and the masks that may follow them. What the file does not have is zero.

@@ -53,8 +53,8 @@ bool DecodeAll(ByteSource& source, const JpegFrame& frame, int eighths, RowSink&
     shape.width = decoder.Width();
     shape.height = decoder.Height();
     if (eighths != 8) {
-        shape.extentX = frame.width * eighths / 8.0;
-        shape.extentY = frame.height * eighths / 8.0;
+        shape.extentX = frame.width * (eighths / 8.0);
+        shape.extentY = frame.height * (eighths / 8.0);
     }
     sink.Begin(shape);
     while (sink.RowsTaken() < shape.height) {

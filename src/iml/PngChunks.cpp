@@ -25,8 +25,8 @@ bool FindPictureChunks(ByteSource& source, RangesSource& chunks) {
             chunks.Append(offset, source.Size());
             return true;
         }
-        const std::uint32_t length =
-            static_cast<std::uint32_t>(header[0]) << 24 | header[1] << 16 | header[2] << 8 | header[3];
+        const std::uint32_t length = std::uint32_t{header[0]} << 24 | std::uint32_t{header[1]} << 16 |
+                                     std::uint32_t{header[2]} << 8 | header[3];
         const std::uint64_t next = std::min(offset + kChunkFrame + length, source.Size());
         if (std::ranges::find(kNeeded, type) != std::end(kNeeded)) chunks.Append(offset, next);
         offset = next;

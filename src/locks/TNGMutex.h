@@ -31,8 +31,8 @@ class CTNGMutex {
     /// With a name, the lock is shared by all processes of the user that use the name.
     explicit CTNGMutex(const std::u16string& name);
 
-    /// Gives up what is held. Not virtual: an object is destroyed as what it is.
-    ~CTNGMutex();
+    /// Gives up what is held.
+    virtual ~CTNGMutex();
     CTNGMutex(const CTNGMutex&) = delete;
     CTNGMutex& operator=(const CTNGMutex&) = delete;
 
