@@ -58,9 +58,14 @@ void GiveUpFolder(CTNGFolderMap& folderMap, bool bDeleteFiles) {
     if (bDeleteFiles) DeleteDataFile(folderMap);
 }
 
-// Folders have a drive if their path begins at the root; others are kept in memory, and not saved.
+// Folders have a drive if their path begins at the root, whose own key is the empty text; others are kept in
+// memory, and not saved.
 bool HasDrive(const std::u16string& folder) {
-    return folder.starts_with(Platform::kPathSeparator);
+    return folder.empty() || folder.starts_with(Platform::kPathSeparator);
+}
+
+std::uint32_t DriveType(const std::u16string& folder) {
+    return Platform::GetDriveTypeW(folder.empty() ? u"/" : folder.c_str());
 }
 
 // The limit of time on the lists of a save.
@@ -249,7 +254,7 @@ std::uint32_t CTNGFolderMapCollection::SaveFolderMaps(const std::u16string& file
         SaveClock clock;
         for (auto& [path, pFolderMap] : *m_pTable) {
             if (!HasDrive(path)) continue;
-            if (Platform::GetDriveTypeW(path.c_str()) != Platform::DRIVE_FIXED) {
+            if (DriveType(path) != Platform::DRIVE_FIXED) {
                 const CTNGFolderMap& folderMap = *pFolderMap;
                 clock.Exclude([&folderMap] { DeleteBothFiles(folderMap); });
                 continue;
