@@ -79,6 +79,7 @@ std::uint32_t TNGListRewrite::Run(bool bCompact, bool bRewrite) {
 std::uint32_t TNGListRewrite::RunPass(bool bCompact, bool bRewrite) {
     // New locations have to reach the list file together with the new data file.
     m_bNewList = bRewrite || bCompact;
+    m_eListFailure = bRewrite ? QXTNG_ERROR_FILE_WRITE : QXTNG_ERROR_FAILED;
     for (int deadBytes = 0; deadBytes < kMostDeadBytes; ++deadBytes) {
         const std::uint32_t result = WriteFiles(bCompact, deadBytes);
         if (result != QXTNG_SUCCESS) return result;
@@ -100,7 +101,7 @@ std::uint32_t TNGListRewrite::WriteFiles(bool bCompact, int deadBytes) {
         auto count = static_cast<std::int32_t>(m_records.size());
         std::int32_t bOpened = 0;
         pList = std::make_unique<ListFile>(m_newList.Path(), false, &count, &bOpened, false);
-        if (!bOpened) return QXTNG_ERROR_FILE_WRITE;
+        if (!bOpened) return m_eListFailure;
     }
     if (bCompact) {
         m_newData.Make();

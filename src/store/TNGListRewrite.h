@@ -78,5 +78,6 @@ class TNGListRewrite {
     TNGTemporaryFile m_newData;
     std::vector<Outcome> m_outcomes;
     bool m_bNewList = false;
+    std::uint32_t m_eListFailure = 0;  // the result if there can be no new list file
     int m_nWritten = 0;
 };
