@@ -1,0 +1,318 @@
+#include "locks/TNGMutex.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "locks/LockName.h"
+#include "locks/OtherProcess.h"
+#include "locks/TNGAutoMutexPtr.h"
+#include "support/LogCapture.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using TestSupport::LockName;
+using TestSupport::LogCapture;
+using TestSupport::OtherProcess;
+using Clock = std::chrono::steady_clock;
+using Lines = std::vector<std::string>;
+
+std::size_t OpenDescriptors() {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
+}
+
+// Tries to lock, from another process, what a test holds.
+bool IsFree(const OtherProcess& player) {
+    if (player.Ask("take 0") != "0") return false;
+    return player.Ask("release") == "1";
+}
+
+TEST(Mutex, GoesThroughItsStates) {
+    struct Step {
+        const char* pszAction;  // r, w: lock at once; R, W: within 40 ms; u: unlock; f: unlock all
+        int expected;
+        TNGLockType type;
+    };
+    const struct {
+        const char* pszWhat;
+        std::vector<Step> steps;
+    } cases[] = {
+        {"readers join, the last one ends it",
+         {{"R", 1, TNG_LOCK_READ},
+          {"r", 1, TNG_LOCK_READ},
+          {"R", 1, TNG_LOCK_READ},
+          {"u", 1, TNG_LOCK_READ},
+          {"u", 1, TNG_LOCK_READ},
+          {"u", 1, TNG_LOCK_NONE},
+          {"u", 1, TNG_LOCK_NONE}}},
+        {"a writer is alone",
+         {{"w", 1, TNG_LOCK_WRITE},
+          {"r", 0, TNG_LOCK_WRITE},
+          {"R", 0, TNG_LOCK_WRITE},
+          {"w", 0, TNG_LOCK_WRITE},
+          {"W", 0, TNG_LOCK_WRITE},
+          {"u", 1, TNG_LOCK_NONE}}},
+        {"readers keep writers out",
+         {{"r", 1, TNG_LOCK_READ},
+          {"w", 0, TNG_LOCK_READ},
+          {"W", 0, TNG_LOCK_READ},
+          {"r", 1, TNG_LOCK_READ},
+          {"u", 1, TNG_LOCK_READ},
+          {"u", 1, TNG_LOCK_NONE},
+          {"W", 1, TNG_LOCK_WRITE}}},
+        {"force ends all reads at once",
+         {{"r", 1, TNG_LOCK_READ},
+          {"r", 1, TNG_LOCK_READ},
+          {"f", 1, TNG_LOCK_NONE},
+          {"u", 1, TNG_LOCK_NONE},
+          {"w", 1, TNG_LOCK_WRITE},
+          {"f", 1, TNG_LOCK_NONE},
+          {"f", 1, TNG_LOCK_NONE}}},
+    };
+    const LockName name;
+    const OtherProcess player(QXTNG_LOCK_PLAYER, {name.Bytes()});
+    player.Answer();
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pszWhat);
+        CTNGMutex mutex(name.Text());
+        for (const Step& step : c.steps) {
+            const char action = *step.pszAction;
+            const bool bLock = action != 'u' && action != 'f';
+            const TNGLockType type = action == 'r' || action == 'R' ? TNG_LOCK_READ : TNG_LOCK_WRITE;
+            const std::uint32_t timeout = action == 'R' || action == 'W' ? 40 : 0;
+            EXPECT_EQ(bLock ? mutex.Lock(type, timeout) : mutex.Unlock(action == 'f'), step.expected);
+            TNGLockType held = TNG_LOCK_NONE;
+            EXPECT_EQ(mutex.IsLocked(&held), step.type != TNG_LOCK_NONE);
+            EXPECT_EQ(held, step.type);
+            EXPECT_EQ(IsFree(player), step.type == TNG_LOCK_NONE);
+        }
+    }
+}
+
+TEST(Mutex, Logs) {
+    const LockName name;
+    const std::string bytes = "6 " + name.Bytes();
+    LogCapture log(1u << 2 | 1u << 6);
+    {
+        CTNGMutex first(name.Text());
+        EXPECT_EQ(log.Take(), (Lines{"6 :constructor Called on Mutex", bytes}));
+        {
+            CTNGMutex second(name.Text());
+            EXPECT_EQ(log.Take(),
+                      (Lines{"6 :constructor Called on Mutex", bytes, bytes, "6 :Mutex already Exist"}));
+            EXPECT_EQ(first.Lock(TNG_LOCK_WRITE, 0), 1);
+            EXPECT_EQ(first.Lock(TNG_LOCK_READ, 0), 0);
+            EXPECT_TRUE(second.WaitUntillFree(0, 0));
+            EXPECT_FALSE(first.WaitUntillFree(0, 0));
+            EXPECT_EQ(log.Take(), Lines{});
+            EXPECT_EQ(second.Lock(TNG_LOCK_READ, 10), 0);
+            EXPECT_EQ(log.Take(), (Lines{"6 Mutex Lock Failed:", bytes}));
+        }
+        EXPECT_EQ(log.Take(), (Lines{bytes, "6 :Destructor Called on Mutex"}));
+        EXPECT_FALSE(first.WaitUntillFree(30, 10));
+        const std::string sleep = "6 ---WaitUntillFree-->goes to sleep---";
+        EXPECT_EQ(log.Take(), (Lines{sleep, sleep, sleep, "6 ---WaitUntillFree-->wait failed---"}));
+        EXPECT_EQ(first.Lock(TNG_LOCK_WRITE, 40), 0);
+        Lines lines = log.Take();
+        ASSERT_EQ(lines.size(), 24u) << "20 sleeps, the end of the wait, and what the lock says of it";
+        EXPECT_EQ(Lines(lines.end() - 3, lines.end()), (Lines{bytes, "6 :Wait failed", "2 CTNGMutex::Lock"}));
+        std::thread owner([&] {
+            std::this_thread::sleep_for(20ms);
+            first.Unlock(false);
+        });
+        EXPECT_EQ(first.Lock(TNG_LOCK_READ, TNG_WAIT_FOREVER), 1);
+        owner.join();
+        EXPECT_EQ(log.Take(), (Lines{sleep, "6 ---WaitUntillFree-->wait over---"}));
+    }
+}
+
+TEST(Mutex, DestructionGivesUpTheHold) {
+    const LockName name;
+    const OtherProcess player(QXTNG_LOCK_PLAYER, {name.Bytes()});
+    player.Answer();
+    for (const TNGLockType type : {TNG_LOCK_READ, TNG_LOCK_WRITE}) {
+        auto pMutex = std::make_unique<CTNGMutex>(name.Text());
+        EXPECT_EQ(pMutex->Lock(type, 0), 1);
+        EXPECT_FALSE(IsFree(player));
+        pMutex.reset();
+        EXPECT_TRUE(IsFree(player));
+    }
+}
+
+TEST(Mutex, WithoutASemaphoreNothingIsLocked) {
+    const LockName name;
+    std::filesystem::create_directory(name.File());
+    CTNGMutex mutex(name.Text());
+    TNGLockType type = TNG_LOCK_WRITE;
+    EXPECT_EQ(mutex.Lock(TNG_LOCK_READ, TNG_WAIT_FOREVER), 0);
+    EXPECT_EQ(mutex.Unlock(false), 0);
+    EXPECT_EQ(mutex.Unlock(true), 0);
+    EXPECT_EQ(mutex.IsLocked(&type), 0);
+    EXPECT_EQ(type, TNG_LOCK_WRITE) << "not touched";
+    CTNGAutoMutexPtr hold(&mutex, true, 10, true);
+    EXPECT_EQ(hold.IsLocked(), 0);
+}
+
+// However long the time-out, and whichever kind of hold ends.
+TEST(Mutex, WaitersWakeWhenTheHoldEnds) {
+    for (const TNGLockType held : {TNG_LOCK_READ, TNG_LOCK_WRITE}) {
+        for (const std::uint32_t timeout : {TNG_WAIT_FOREVER, 0x7FFFFFFFu, 20'000u}) {
+            CTNGMutex mutex;
+            ASSERT_EQ(mutex.Lock(held, 0), 1);
+            std::atomic<int> nGot{0};
+            std::vector<std::thread> waiters;
+            for (int i = 0; i < 3; ++i) {
+                waiters.emplace_back([&] {
+                    nGot += mutex.Lock(TNG_LOCK_WRITE, timeout);
+                    std::this_thread::sleep_for(1ms);
+                    mutex.Unlock(false);
+                });
+            }
+            std::this_thread::sleep_for(10ms);
+            EXPECT_EQ(nGot, 0);
+            const auto start = Clock::now();
+            mutex.Unlock(false);
+            for (std::thread& waiter : waiters)
+                waiter.join();
+            EXPECT_EQ(nGot, 3);
+            EXPECT_LT(Clock::now() - start, 900ms) << "sooner than the next look";
+            EXPECT_EQ(mutex.IsLocked(nullptr), 0);
+        }
+    }
+}
+
+TEST(Mutex, ReadersJoinWhatOneOfThemGotFromAnotherProcess) {
+    const LockName name;
+    const OtherProcess player(QXTNG_LOCK_PLAYER, {name.Bytes()});
+    player.Answer();
+    ASSERT_EQ(player.Ask("take 0"), "0");
+    CTNGMutex mutex(name.Text());
+    std::atomic<int> nInside{0};
+    std::vector<std::thread> readers;
+    for (const std::uint32_t timeout : {TNG_WAIT_FOREVER, 20'000u, TNG_WAIT_FOREVER}) {
+        readers.emplace_back([&, timeout] {
+            EXPECT_EQ(mutex.Lock(TNG_LOCK_READ, timeout), 1);
+            ++nInside;
+            while (nInside < 3)
+                std::this_thread::yield();
+            mutex.Unlock(false);
+        });
+    }
+    std::this_thread::sleep_for(20ms);
+    EXPECT_EQ(nInside, 0);
+    EXPECT_EQ(player.Ask("release"), "1");
+    for (std::thread& reader : readers)
+        reader.join();
+    EXPECT_TRUE(IsFree(player));
+}
+
+// Milliseconds that the slowest of some threads waits for a lock that none of them gets; -1 if one does.
+std::int64_t LongestWait(CTNGMutex& mutex, std::uint32_t timeout, const std::function<void()>& meanwhile) {
+    std::atomic<std::int64_t> longest{0};
+    std::atomic<int> nGot{0};
+    std::vector<std::thread> waiters;
+    for (int i = 0; i < 4; ++i) {
+        waiters.emplace_back([&] {
+            const auto start = Clock::now();
+            const int got = mutex.Lock(TNG_LOCK_WRITE, timeout);
+            nGot += got;
+            if (got) mutex.Unlock(false);
+            const std::int64_t taken = (Clock::now() - start) / 1ms;
+            for (std::int64_t before = longest; taken > before;)
+                longest.compare_exchange_weak(before, taken);
+        });
+        std::this_thread::sleep_for(2ms);
+    }
+    meanwhile();
+    for (std::thread& waiter : waiters)
+        waiter.join();
+    return nGot == 0 ? longest.load() : -1;
+}
+
+// However many threads wait, and also if another process gets the lock from this one meanwhile.
+TEST(Mutex, WaitsNoMoreThanTwiceTheTimeOut) {
+    constexpr std::uint32_t kTimeout = 200;
+    const LockName name;
+    const OtherProcess player(QXTNG_LOCK_PLAYER, {name.Bytes()});
+    player.Answer();
+    ASSERT_EQ(player.Ask("take 0"), "0");
+    CTNGMutex mutex(name.Text());
+    const std::int64_t longest = LongestWait(mutex, kTimeout, [] {});
+    EXPECT_GE(longest, kTimeout);
+    EXPECT_LT(longest, 2 * kTimeout + kTimeout / 2);
+    ASSERT_EQ(player.Ask("release"), "1");
+    for (int i = 0; i < 20; ++i) {
+        ASSERT_EQ(mutex.Lock(TNG_LOCK_WRITE, 0), 1);
+        player.Tell("wait");
+        const std::int64_t taken = LongestWait(mutex, kTimeout, [&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(kTimeout * 8 / 10));
+            mutex.Unlock(false);
+        });
+        EXPECT_EQ(player.Answer(), "0");
+        EXPECT_EQ(player.Ask("release"), "1");
+        if (taken < 0) continue;  // a thread of this process was first
+        EXPECT_LT(taken, 2 * kTimeout + kTimeout / 2);
+        break;
+    }
+}
+
+TEST(Mutex, KeepsManyThreadsInOrder) {
+    const LockName name;
+    const auto pPrivate = std::make_unique<CTNGMutex>();
+    const auto pNamed = std::make_unique<CTNGMutex>(name.Text());
+    for (CTNGMutex* pMutex : {pPrivate.get(), pNamed.get()}) {
+        std::atomic<int> nReaders{0};
+        std::atomic<int> nWriters{0};
+        int value = 0;  // not atomic: the lock alone guards it
+        int nWritten = 0;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 6; ++i) {
+            threads.emplace_back([&, i] {
+                for (int turn = 0; turn < 400; ++turn) {
+                    const bool bWrite = (turn + i) % 4 == 0;
+                    const std::uint32_t timeout = turn % 3 == 0 ? 0 : turn % 3 == 1 ? 1 : TNG_WAIT_FOREVER;
+                    const CTNGAutoMutexPtr hold(pMutex, bWrite, timeout, true);
+                    if (!hold.IsLocked()) continue;
+                    if (bWrite) {
+                        EXPECT_EQ(++nWriters, 1);
+                        EXPECT_EQ(nReaders, 0);
+                        ++value;
+                        ++nWritten;
+                        --nWriters;
+                    } else {
+                        ++nReaders;
+                        EXPECT_EQ(nWriters, 0);
+                        EXPECT_GE(value, 0);
+                        --nReaders;
+                    }
+                }
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_EQ(value, nWritten);
+        EXPECT_EQ(pMutex->IsLocked(nullptr), 0);
+    }
+}
+
+// There is one for each cache file, so thousands of them.
+TEST(Mutex, PrivateOnesCostLittle) {
+    constexpr std::size_t kSemaphore = 16;
+    EXPECT_LT(sizeof(CTNGMutex) + kSemaphore, 200u);
+    const std::size_t before = OpenDescriptors();
+    std::vector<std::unique_ptr<CTNGMutex>> mutexes;
+    for (int i = 0; i < 2000; ++i) {
+        mutexes.push_back(std::make_unique<CTNGMutex>());
+        EXPECT_EQ(mutexes.back()->Lock(TNG_LOCK_WRITE, 0), 1) << "none blocks another";
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+}  // namespace

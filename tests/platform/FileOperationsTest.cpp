@@ -1,0 +1,136 @@
+#include "platform/FileOperations.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <set>
+#include <string>
+
+#include "locks/FileSizeLimit.h"
+#include "platform/Drives.h"
+#include "platform/Text.h"
+#include "support/TemporaryFolder.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using namespace Platform;
+using TestSupport::TextOf;
+
+const std::vector<std::uint8_t> kOld(300'000, 'o');
+const std::vector<std::uint8_t> kNew(200'000, 'n');
+
+std::size_t Entries(const fs::path& folder) {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), {}));
+}
+
+bool Copy(const fs::path& from, const fs::path& to, bool bFailIfExists) {
+    return CopyFileW(TextOf(from).c_str(), TextOf(to).c_str(), bFailIfExists);
+}
+
+TEST(FileOperations, DeletesFilesOnly) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Add("file");
+    fs::create_directory(folder / "folder");
+    fs::create_symlink(folder / "file", folder / "link");
+    EXPECT_TRUE(DeleteFileW(TextOf(folder / "link").c_str()));
+    EXPECT_TRUE(fs::exists(folder / "file")) << "the link goes, not what it names";
+    EXPECT_TRUE(DeleteFileW(TextOf(folder / "file").c_str()));
+    for (const char* pszName : {"file", "folder", "", "none/file"})
+        EXPECT_FALSE(DeleteFileW(TextOf(folder / pszName).c_str())) << pszName;
+    EXPECT_TRUE(fs::exists(folder / "folder"));
+}
+
+TEST(FileOperations, CopiesWithTimesOrNotAtAll) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Add("new", kNew);
+    const auto time = fs::last_write_time(folder / "new") - std::chrono::hours(100);
+    fs::last_write_time(folder / "new", time);
+    fs::create_directory(folder / "folder");
+    const struct {
+        const char* pszFrom;
+        const char* pszTo;
+        bool bFailIfExists;
+        bool bExpected;
+    } cases[] = {
+        {"new", "none", true, true},     {"new", "old", false, true},     {"new", "old", true, false},
+        {"none", "old", false, false},   {"folder", "old", false, false}, {"new", "folder", false, false},
+        {"new", "no/such", true, false}, {"old", "old", false, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.pszFrom) + " to " + c.pszTo);
+        folder.Add("old", kOld);
+        fs::remove(folder / "none");
+        EXPECT_EQ(Copy(folder / c.pszFrom, folder / c.pszTo, c.bFailIfExists), c.bExpected);
+        if (c.bExpected) {
+            EXPECT_EQ(fs::file_size(folder / c.pszTo), kNew.size()) << "nothing of a longer file is left";
+            EXPECT_EQ(fs::last_write_time(folder / c.pszTo), time);
+        } else {
+            EXPECT_EQ(fs::file_size(folder / "old"), kOld.size()) << "what was there stays";
+        }
+    }
+    fs::remove(folder / "none");
+    const TestSupport::FileSizeLimit limit(kNew.size() / 2);
+    EXPECT_FALSE(Copy(folder / "new", folder / "none", true));
+    EXPECT_FALSE(fs::exists(folder / "none")) << "a part of a copy is no copy";
+}
+
+TEST(FileOperations, RenamesOverWhatIsThere) {
+    const TestSupport::TemporaryFolder folder;
+    const std::u16string from = folder.Add("new", kNew);
+    const std::u16string to = folder.Add("old", kOld);
+    EXPECT_EQ(_wrename(from.c_str(), to.c_str()), 0);
+    EXPECT_EQ(fs::file_size(folder / "old"), kNew.size());
+    EXPECT_FALSE(fs::exists(folder / "new"));
+    EXPECT_NE(_wrename(from.c_str(), to.c_str()), 0);
+    EXPECT_NE(_wrename(to.c_str(), TextOf(folder / "no/such").c_str()), 0);
+    EXPECT_EQ(fs::file_size(folder / "old"), kNew.size());
+}
+
+TEST(FileOperations, MakesTemporaryFiles) {
+    const TestSupport::TemporaryFolder folder;
+    char16_t path[MAX_PATH];
+    std::set<std::u16string> paths;
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_NE(GetTempFileNameW(TextOf(folder.Path()).c_str(), u"Temp", 0, path), 0u);
+        const fs::path made = PathToBytes(path);
+        EXPECT_TRUE(made.filename().native().starts_with("Temp"));
+        EXPECT_EQ(made.parent_path(), folder.Path());
+        EXPECT_EQ(fs::file_size(made), 0u);
+        paths.insert(path);
+    }
+    EXPECT_EQ(paths.size(), 50u);
+    EXPECT_EQ(Entries(folder.Path()), 50u);
+    const fs::path deep = folder / std::string(130, 'a') / std::string(130, 'b');
+    fs::create_directories(deep);
+    const struct {
+        fs::path folder;
+        std::uint32_t nUnique;
+    } failures[] = {{folder / "none", 0}, {deep, 0}, {folder.Path(), 7}};
+    for (const auto& c : failures) {
+        path[0] = u'x';
+        EXPECT_EQ(GetTempFileNameW(TextOf(c.folder).c_str(), u"Temp", c.nUnique, path), 0u) << c.folder;
+        EXPECT_EQ(path[0], u'\0');
+    }
+    EXPECT_EQ(Entries(deep), 0u);
+}
+
+TEST(Drives, AreJudgedByTheNearestFolder) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string here = folder.Path();
+    const struct {
+        std::string path;
+        std::uint32_t expected;
+    } cases[] = {
+        {"/", DRIVE_FIXED},          {"/proc", DRIVE_FIXED},
+        {"/dev/shm", DRIVE_FIXED},   {here, DRIVE_FIXED},
+        {here + "/", DRIVE_FIXED},   {here + "/none/none", DRIVE_FIXED},
+        {"/none/none", DRIVE_FIXED}, {"", DRIVE_NO_ROOT_DIR},
+        {"none", DRIVE_NO_ROOT_DIR}, {"none/none", DRIVE_NO_ROOT_DIR},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(GetDriveTypeW(TextOf(c.path).c_str()), c.expected) << c.path;
+}
+
+}  // namespace

@@ -1,0 +1,286 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <random>
+#include <thread>
+
+#include "locks/Ledger.h"
+#include "locks/LockName.h"
+#include "locks/OtherProcess.h"
+#include "platform/Semaphores.h"
+#include "support/TemporaryFolder.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using namespace Platform;
+using namespace std::chrono_literals;
+using TestSupport::Ledger;
+using TestSupport::LockName;
+using TestSupport::OtherProcess;
+using Clock = std::chrono::steady_clock;
+
+struct Close {
+    void operator()(Semaphore* pSemaphore) const { CloseHandle(pSemaphore); }
+};
+using Handle = std::unique_ptr<Semaphore, Close>;
+
+Handle Open(const char16_t* pszName, bool* pbExisted = nullptr) {
+    bool bExisted = false;
+    Handle handle(CreateSemaphoreW(pszName, pbExisted ? pbExisted : &bExisted));
+    return handle;
+}
+
+OtherProcess StartPlayer(const LockName& name) {
+    return OtherProcess(QXTNG_LOCK_PLAYER, {name.Bytes()});
+}
+
+// Somebody who can take a semaphore and give it back.
+struct Party {
+    std::function<std::uint32_t(std::uint32_t)> take;
+    std::function<bool()> release;
+};
+
+Party PartyOf(const Handle& handle) {
+    return {[&](std::uint32_t ms) { return WaitForSingleObject(handle.get(), ms); },
+            [&] { return ReleaseSemaphore(handle.get()); }};
+}
+
+Party PartyOf(const OtherProcess& process) {
+    return {[&](std::uint32_t ms) {
+                return static_cast<std::uint32_t>(std::stoul(process.Ask("take " + std::to_string(ms))));
+            },
+            [&] { return process.Ask("release") == "1"; }};
+}
+
+// The shortest of some tries, which a busy machine hardly lengthens.
+Clock::duration Shortest(const std::function<void()>& work) {
+    Clock::duration shortest = Clock::duration::max();
+    for (int i = 0; i < 5; ++i) {
+        const auto start = Clock::now();
+        work();
+        shortest = std::min(shortest, Clock::now() - start);
+    }
+    return shortest;
+}
+
+TEST(Semaphore, IsHeldByOneParty) {
+    const LockName name;
+    const Handle own = Open(nullptr);
+    const Handle first = Open(name.Text().c_str());
+    const Handle second = Open(name.Text().c_str());
+    const OtherProcess player = StartPlayer(name);
+    ASSERT_EQ(player.Answer(), "existed");
+    const struct {
+        const char* pszWhat;
+        Party one, other;
+        bool bSameObject;
+    } cases[] = {
+        {"threads of one private object", PartyOf(own), PartyOf(own), true},
+        {"threads of one named object", PartyOf(first), PartyOf(first), true},
+        {"two objects of one name", PartyOf(first), PartyOf(second), false},
+        {"another process waits", PartyOf(second), PartyOf(player), false},
+        {"another process holds", PartyOf(player), PartyOf(first), false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pszWhat);
+        EXPECT_FALSE(c.one.release()) << "nothing is held";
+        EXPECT_EQ(c.one.take(0), WAIT_OBJECT_0);
+        EXPECT_EQ(c.other.take(0), WAIT_TIMEOUT);
+        EXPECT_EQ(c.other.take(30), WAIT_TIMEOUT);
+        EXPECT_FALSE(!c.bSameObject && c.other.release()) << "it is not the other's to release";
+        std::thread([&] { EXPECT_TRUE(c.one.release()) << "any thread may"; }).join();
+        EXPECT_FALSE(c.one.release());
+        EXPECT_EQ(c.other.take(INFINITE), WAIT_OBJECT_0);
+        EXPECT_EQ(c.one.take(0), WAIT_TIMEOUT);
+        EXPECT_TRUE(c.other.release());
+    }
+}
+
+TEST(Semaphore, WaitsEndInTime) {
+    const LockName name;
+    const Handle own = Open(nullptr);
+    const Handle named = Open(name.Text().c_str());
+    const OtherProcess player = StartPlayer(name);
+    player.Answer();
+    ASSERT_EQ(WaitForSingleObject(own.get(), 0), WAIT_OBJECT_0);
+    ASSERT_EQ(player.Ask("take 0"), "0");
+    for (const Handle& handle : {std::cref(own), std::cref(named)}) {
+        for (const std::uint32_t ms : {0u, 1u, 30u, 120u}) {
+            const auto taken =
+                Shortest([&] { ASSERT_EQ(WaitForSingleObject(handle.get(), ms), WAIT_TIMEOUT); });
+            EXPECT_GE(taken, std::chrono::milliseconds(ms));
+            EXPECT_LT(taken, std::chrono::milliseconds(ms) + 5ms);
+        }
+    }
+}
+
+TEST(Semaphore, KeepsThreadsApart) {
+    const LockName name;
+    for (const Handle& handle : {Open(nullptr), Open(name.Text().c_str())}) {
+        int nInside = 0;  // not atomic: the semaphore alone guards it
+        int nTurns = 0;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&] {
+                for (int turn = 0; turn < 500; ++turn) {
+                    const bool bPatient = turn % 3 != 0;
+                    while (WaitForSingleObject(handle.get(), bPatient ? INFINITE : 0) != WAIT_OBJECT_0)
+                        std::this_thread::yield();
+                    EXPECT_EQ(++nInside, 1);
+                    ++nTurns;
+                    --nInside;
+                    EXPECT_TRUE(ReleaseSemaphore(handle.get()));
+                }
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_EQ(nTurns, 2000);
+    }
+}
+
+TEST(NamedSemaphore, ExistsAsLongAsAnObjectIsOpen) {
+    const LockName name;
+    bool bExisted = true;
+    Handle first = Open(name.Text().c_str(), &bExisted);
+    ASSERT_TRUE(first);
+    EXPECT_FALSE(bExisted);
+    EXPECT_EQ(fs::status(name.File()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    Handle second = Open(name.Text().c_str(), &bExisted);
+    EXPECT_TRUE(bExisted);
+    ASSERT_EQ(WaitForSingleObject(first.get(), 0), WAIT_OBJECT_0);
+    first.reset();
+    EXPECT_TRUE(fs::exists(name.File()));
+    EXPECT_EQ(WaitForSingleObject(second.get(), 0), WAIT_OBJECT_0) << "closing gives back";
+    first = Open(name.Text().c_str(), &bExisted);
+    EXPECT_TRUE(bExisted);
+    EXPECT_EQ(WaitForSingleObject(first.get(), 0), WAIT_TIMEOUT) << "it is the same semaphore";
+    first.reset();
+    second.reset();
+    EXPECT_FALSE(fs::exists(name.File()));
+    first = Open(name.Text().c_str(), &bExisted);
+    EXPECT_FALSE(bExisted);
+    EXPECT_EQ(WaitForSingleObject(first.get(), 0), WAIT_OBJECT_0);
+}
+
+TEST(NamedSemaphore, LeavesNoFileWhenAllCloseAtOnce) {
+    constexpr int kObjects = 2;
+    const LockName name;
+    for (int round = 0; round < 1000; ++round) {
+        std::atomic<int> nReady{0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < kObjects; ++i) {
+            threads.emplace_back([&] {
+                Handle handle = Open(name.Text().c_str());
+                EXPECT_TRUE(handle);
+                for (++nReady; nReady < kObjects;)
+                    continue;
+                handle.reset();
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        ASSERT_FALSE(fs::exists(name.File())) << "in round " << round;
+    }
+}
+
+TEST(NamedSemaphore, LeavesAloneWhatIsNotItsOwn) {
+    const TestSupport::TemporaryFolder folder;
+    const std::uint8_t content[] = {1, 2, 3};
+    folder.Add("victim", content);
+    const auto target = (folder / "victim").native();
+    struct Case {
+        const char* pszWhat;
+        std::function<int(const char*)> make;
+    };
+    std::vector<Case> cases = {
+        {"link to a file", [&](const char* p) { return symlink(target.c_str(), p); }},
+        {"link to nothing", [&](const char* p) { return symlink((target + "-none").c_str(), p); }},
+        {"folder", [](const char* p) { return mkdir(p, 0700); }},
+        {"pipe", [](const char* p) { return mkfifo(p, 0600); }},
+    };
+    if (geteuid() == 0) {
+        cases.push_back({"file of another user", [](const char* p) {
+                             std::fclose(std::fopen(p, "wb"));
+                             return chown(p, 65534, 65534);
+                         }});
+    }
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.pszWhat);
+        const LockName name;
+        ASSERT_EQ(c.make(name.File().c_str()), 0);
+        EXPECT_FALSE(Open(name.Text().c_str()));
+        EXPECT_TRUE(fs::exists(fs::symlink_status(name.File())));
+        EXPECT_EQ(fs::file_size(target), sizeof content);
+        EXPECT_FALSE(fs::exists(target + "-none"));
+    }
+    EXPECT_FALSE(Open(std::u16string(300, u'n').c_str())) << "no file can bear the name";
+}
+
+TEST(NamedSemaphore, HoldEndsWithItsProcess) {
+    const LockName name;
+    const Handle handle = Open(name.Text().c_str());
+    for (const bool bByItself : {false, true}) {
+        const auto late = Shortest([&] {
+            OtherProcess player = StartPlayer(name);
+            player.Answer();
+            ASSERT_EQ(player.Ask("wait"), "0");
+            Clock::time_point killed;
+            std::thread killer([&] {
+                std::this_thread::sleep_for(20ms);
+                killed = Clock::now();
+                if (bByItself) player.Tell("die");
+                if (!bByItself) player.Kill();
+            });
+            EXPECT_EQ(WaitForSingleObject(handle.get(), INFINITE), WAIT_OBJECT_0);
+            killer.join();
+            EXPECT_TRUE(ReleaseSemaphore(handle.get()));
+        });
+        EXPECT_LT(late, 20ms + 100ms);
+    }
+}
+
+// Processes that count under the semaphore are killed wherever they are.
+TEST(NamedSemaphore, SurvivesKillsAtAnyPoint) {
+    const LockName name;
+    const TestSupport::TemporaryFolder folder;
+    const std::string path = folder / "ledger";
+    const TestSupport::Shared<volatile Ledger> ledger(path);
+    const auto start = [&](std::size_t slot) {
+        auto pPlayer =
+            std::make_unique<OtherProcess>(QXTNG_LOCK_PLAYER, std::vector<std::string>{name.Bytes()});
+        EXPECT_NE(pPlayer->Answer(), "refused");
+        pPlayer->Tell("count " + path + ' ' + std::to_string(slot));
+        return pPlayer;
+    };
+    std::vector<std::unique_ptr<OtherProcess>> players;
+    for (std::size_t slot = 0; slot < Ledger::kPlayers; ++slot)
+        players.push_back(start(slot));
+    std::mt19937 random(std::random_device{}());
+    for (int kill = 0; kill < QXTNG_KILLS; ++kill) {
+        const std::int64_t before = ledger->Total();
+        const auto deadline = Clock::now() + 10s;
+        while (ledger->Total() == before && Clock::now() < deadline)
+            std::this_thread::sleep_for(100us);
+        ASSERT_NE(ledger->Total(), before) << "blocked after " << kill << " kills";
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 2000));
+        const std::size_t slot = random() % Ledger::kPlayers;
+        players[slot]->Kill();
+        players[slot] = start(slot);
+    }
+    players.clear();
+    const Handle handle = Open(name.Text().c_str());
+    ASSERT_EQ(WaitForSingleObject(handle.get(), 1000), WAIT_OBJECT_0);
+    ledger->Repair();
+    EXPECT_EQ(ledger->nSum, ledger->Total()) << "a count was lost";
+    EXPECT_LE(ledger->nRepairs, QXTNG_KILLS + static_cast<int>(Ledger::kPlayers)) << "two were inside";
+}
+
+}  // namespace

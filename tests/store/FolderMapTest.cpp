@@ -1,0 +1,129 @@
+#include "store/TNGFolderMap.h"
+
+#include <gtest/gtest.h>
+
+#include "common/TNGTypes.h"
+#include "store/StoreFixture.h"
+#include "support/LogCapture.h"
+
+namespace {
+
+using namespace StoreTest;
+
+const Bytes kExample = FileBytes().Number(1).Text(u"C:\\P").Text(u"1.db").Text(u"1.dat").Number(1);
+
+int LoadFrom(const Cache& cache, const Bytes& bytes, CTNGFolderMap& folder, long* pEnd = nullptr) {
+    std::FILE* pFile = nullptr;
+    EXPECT_EQ(Platform::_wfopen_s(&pFile, cache.Write("index", bytes).c_str(), "rb"), 0);
+    const int result = folder.Load(pFile);
+    if (pEnd) *pEnd = std::ftell(pFile);
+    Platform::CloseStream(pFile);
+    return result;
+}
+
+int SaveTo(const Cache& cache, CTNGFolderMap& folder) {
+    std::FILE* pFile = nullptr;
+    EXPECT_EQ(Platform::_wfopen_s(&pFile, cache.Text("index").c_str(), "wb"), 0);
+    const int result = folder.Save(pFile);
+    EXPECT_TRUE(Platform::CloseStream(pFile));
+    return result;
+}
+
+TEST(FolderMap, IsStoredByteForByte) {
+    const Cache cache;
+    const Bytes expected = {1,    0, 0,    0, 4,    0, 0,    0, 0x43, 0, 0x3A, 0, 0x5C, 0, 0x50, 0,
+                            4,    0, 0,    0, 0x31, 0, 0x2E, 0, 0x64, 0, 0x62, 0, 5,    0, 0,    0,
+                            0x31, 0, 0x2E, 0, 0x64, 0, 0x61, 0, 0x74, 0, 1,    0, 0,    0};
+    ASSERT_EQ(kExample, expected);
+    CTNGFolderMap folder(true);
+    ASSERT_EQ(LoadFrom(cache, expected, folder), 1);
+    EXPECT_EQ(folder.m_strFolderPath, u"C:\\P");
+    EXPECT_EQ(folder.m_nFileNumber, 1);
+    EXPECT_EQ(folder.m_nDataFileKey, CTNGFileInfo::GetHashCode(cache.Text("1.db")));
+    EXPECT_EQ(folder.m_nListFileKey, CTNGFileInfo::GetHashCode(cache.Text("1.dat")));
+    EXPECT_FALSE(folder.m_bListLoaded);
+    EXPECT_EQ(SaveTo(cache, folder), 1);
+    EXPECT_EQ(cache.Read("index"), expected);
+}
+
+TEST(FolderMap, RefusesWhatCannotBeAFolder) {
+    const Cache cache;
+    const Bytes rest(kExample.begin() + 4, kExample.end());
+    const struct {
+        const char* pszWhat;
+        Bytes bytes;
+        long end;
+        std::size_t nLines;
+    } cases[] = {
+        {"nothing", {}, 0, 0},
+        {"version 0", FileBytes().Number(0).Append(rest), 4, 0},
+        {"version 2", FileBytes().Number(2).Append(rest), 4, 0},
+        {"a negative length", FileBytes().Number(1).Number(~0u).Append(rest), 8, 1},
+        {"no list file", kExample, 46, 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pszWhat);
+        TestSupport::LogCapture log(1u << 6);
+        CTNGFolderMap folder(false);
+        long end = -1;
+        EXPECT_EQ(LoadFrom(cache, c.bytes, folder, &end), 0);
+        EXPECT_EQ(end, c.end) << "behind the record if the list alone was unusable";
+        std::size_t nErrors = 0;
+        for (const std::string& line : log.Take())
+            nErrors += line.starts_with("6 ERROR");
+        EXPECT_EQ(nErrors, c.nLines);
+    }
+}
+
+TEST(FolderMap, SavesItsListAsNeeded) {
+    const Cache cache;
+    const struct {
+        const char* pszWhat;
+        bool bHeaderOnly, bLoaded, bDirty;
+        std::int32_t nStale;
+        bool bListWritten, bCompacted;
+    } cases[] = {
+        {"header only", true, true, true, 1, false, false},
+        {"not loaded", false, false, true, 1, false, false},
+        {"unchanged", false, true, false, 0, false, false},
+        {"changed", false, true, true, 0, true, false},
+        {"dead blocks", false, true, false, 2, true, true},
+        {"both", false, true, true, 2, true, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pszWhat);
+        cache.Write("1.dat", Bytes(3));
+        cache.Write("1.db", {});
+        const auto pFolder = NewFolder(u"/p", 1);
+        AddPicture(*pFolder, u"/p/a", 1);
+        AddPicture(*pFolder, u"/p/b", 2);
+        pFolder->FileDataList->RemoveRecord(u"/p/a");
+        pFolder->m_bHeaderOnly = c.bHeaderOnly;
+        pFolder->m_bListLoaded = c.bLoaded;
+        pFolder->m_bListDirty = c.bDirty;
+        pFolder->m_nStaleBlocks = c.nStale;
+        EXPECT_EQ(SaveTo(cache, *pFolder), 1);
+        EXPECT_EQ(cache.Read("index").size(), 20 + 2 * (2 + 4 + 5u));
+        EXPECT_EQ(cache.Read("1.dat").size() > 3, c.bListWritten);
+        // A dead byte in front keeps the new block apart from the old one of the same length.
+        EXPECT_EQ(cache.Read("1.db").size(), c.bCompacted ? 83u : 164u);
+        const bool bSaved = !c.bHeaderOnly && c.bLoaded;
+        EXPECT_EQ(pFolder->m_bListDirty, c.bDirty && !bSaved) << "what was not saved is kept for later";
+        EXPECT_EQ(pFolder->m_nStaleBlocks, bSaved ? 0 : c.nStale);
+        const auto pFresh = std::make_unique<CTNGFolderMap>(false);
+        if (c.bListWritten) {
+            EXPECT_EQ(LoadFrom(cache, cache.Read("index"), *pFresh), 1);
+            EXPECT_TRUE(pFresh->m_bListLoaded);
+            EXPECT_EQ(Paths(*pFresh->FileDataList), std::vector<std::u16string>{u"/p/b"});
+        }
+    }
+    const auto pFolder = NewFolder(u"/p", 1);
+    AddPicture(*pFolder, u"/p/a", 1);
+    pFolder->FileDataList->GetAt(0)->m_nSmallOffset = 9999;
+    pFolder->m_nStaleBlocks = 1;
+    EXPECT_EQ(SaveTo(cache, *pFolder), 0) << "its data file cannot be compacted";
+    EXPECT_EQ(cache.Read("index"), Bytes()) << "no record of it";
+    EXPECT_EQ(pFolder->m_nStaleBlocks, 1);
+}
+
+}  // namespace

@@ -1,0 +1,216 @@
+// Rewriting a list file, and compacting a data file.
+#include <gtest/gtest.h>
+
+#include "common/TNGThreshold.h"
+#include "common/TNGTypes.h"
+#include "locks/TNGAutoMutexPtr.h"
+#include "store/StoreFixture.h"
+
+namespace {
+
+using namespace StoreTest;
+
+using Texts = std::vector<std::u16string>;
+
+const std::set<std::string> kBothFiles = {"1.dat", "1.db"};
+
+Texts LoadedPaths() {
+    const auto pFresh = NewFolder(u"/p", 1);
+    EXPECT_EQ(pFresh->FileDataList->LoadList(u"1.dat", nullptr), QXTNG_SUCCESS);
+    return Paths(*pFresh->FileDataList);
+}
+
+class Threshold {
+  public:
+    explicit Threshold(std::uint32_t nBytes) : m_nBefore(s_dwThresholdFileSize.exchange(nBytes)) {}
+    ~Threshold() { s_dwThresholdFileSize = m_nBefore; }
+
+  private:
+    std::uint32_t m_nBefore;
+};
+
+TEST(ListRewrite, LeavesOutMarkedRecords) {
+    const Cache cache;
+    const auto pFolder = NewFolder(u"/p", 1);
+    CTNGFileDataCollection& list = *pFolder->FileDataList;
+    EXPECT_EQ(list.SaveList(false, u"1.db", false), QXTNG_SUCCESS);
+    EXPECT_TRUE(cache.Names().empty()) << "nothing was asked for";
+    for (const char16_t* pszPath : {u"/p/a", u"/p/b", u"/p/c", u"/p/d"})
+        AddPicture(*pFolder, pszPath, 1);
+    const Bytes data = cache.Read("1.db");
+    list.GetAt(1)->m_bDeleted = 1;
+    EXPECT_EQ(list.SaveList(false, u"1.db", true), QXTNG_SUCCESS) << "where there was no file";
+    EXPECT_EQ(LoadedPaths(), (Texts{u"/p/a", u"/p/c", u"/p/d"}));
+    list.GetAt(0)->m_bDeleted = 1;
+    EXPECT_EQ(list.SaveList(false, u"1.db", true), QXTNG_SUCCESS);
+    EXPECT_EQ(LoadedPaths(), (Texts{u"/p/c", u"/p/d"}));
+    EXPECT_EQ(list.GetCount(), 4) << "in memory they stay";
+    EXPECT_EQ(cache.Read("1.db"), data);
+    EXPECT_EQ(cache.Names(), kBothFiles);
+    // The count of records written is no place in the list: the last two are appended once more.
+    EXPECT_EQ(list.AppendNewRecords(), QXTNG_SUCCESS);
+    EXPECT_EQ(LoadedPaths(), (Texts{u"/p/c", u"/p/d", u"/p/c", u"/p/d"}));
+}
+
+TEST(ListRewrite, CompactsToLiveBlocks) {
+    const Cache cache;
+    const Threshold threshold(1000);
+    const auto source = [&](const char* pszName, std::size_t nBytes) {
+        return cache.Write(std::string("src/") + pszName, Bytes(nBytes));
+    };
+    const struct {
+        const char* pszWhat;
+        std::u16string path;
+        std::int32_t nExtraLarge;
+        TNGAssetType type;
+        bool bMarked, bOtherFile;
+        bool bKept, bKeepsExtraLarge, bMarkedAfter;
+    } cases[] = {
+        {"plain", source("plain", 10), 0, ASSET_TYPE_IMAGE, false, false, true, false, false},
+        {"marked", source("marked", 10), 0, ASSET_TYPE_IMAGE, true, false, false, false, true},
+        {"large", source("large", 1000), 90, ASSET_TYPE_IMAGE, false, false, true, true, false},
+        {"no longer large", source("shrunk", 999), 80, ASSET_TYPE_IMAGE, false, false, true, false, false},
+        {"gone", cache.Text("src/gone"), 70, ASSET_TYPE_IMAGE, false, false, true, false, false},
+        {"large by now", source("grown", 1000), 0, ASSET_TYPE_IMAGE, false, false, false, false, true},
+        {"video", source("video", 10), 60, ASSET_TYPE_VIDEO, false, false, true, true, false},
+        {"video that lacks one", source("poor", 10), 0, ASSET_TYPE_VIDEO, false, false, false, false, true},
+        {"elsewhere", source("else", 10), 0, ASSET_TYPE_IMAGE, false, true, false, false, false},
+        {"audio", source("audio", 10), 0, ASSET_TYPE_AUDIO, false, false, true, false, false},
+        {"unknown", source("unknown", 10), 0, ASSET_TYPE_UNKNOWN, false, false, true, false, false},
+    };
+    const auto pFolder = NewFolder(u"/p", 1);
+    int tag = 0;
+    Texts kept;
+    for (const auto& c : cases) {
+        AddPicture(*pFolder, u"/p/dead", 100);
+        pFolder->FileDataList->RemoveRecord(u"/p/dead");
+        ++tag;
+        CTNGFileData* pRecord = AddPicture(*pFolder, c.path, tag, 50 + tag, 20 + tag, c.nExtraLarge, c.type);
+        pRecord->m_bDeleted = c.bMarked;
+        if (c.bOtherFile) pRecord->m_strDataFileName = u"2.db";
+        if (c.bKept) kept.push_back(c.path);
+    }
+    AddPicture(*pFolder, u"/p/none", 100, 50, 20, 0, ASSET_TYPE_VIDEO);
+    SetThumbnailLocations(*pFolder->FileDataList->GetAt(tag), true, 0, false, 0, 0, 0);
+    kept.push_back(u"/p/none");
+
+    ASSERT_EQ(pFolder->FileDataList->SaveList(true, u"1.db", true), QXTNG_SUCCESS);
+    EXPECT_EQ(LoadedPaths(), kept);
+    EXPECT_TRUE(HasNoThumbnail(*pFolder->FileDataList->GetAt(tag)));
+    const auto pFresh = NewFolder(u"/p", 1);
+    ASSERT_EQ(pFresh->FileDataList->LoadList(u"1.dat", nullptr), QXTNG_SUCCESS);
+    tag = 0;
+    std::size_t nBytes = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pszWhat);
+        ++tag;
+        EXPECT_EQ(pFolder->FileDataList->GetAt(tag - 1)->m_bDeleted, c.bMarkedAfter);
+        CTNGFileData* pStored = nullptr;
+        CTNGFileData* pLive = nullptr;
+        pFolder->FileDataList->FindRecord(c.path, &pLive);
+        if (!c.bKept || (c.type != ASSET_TYPE_IMAGE && c.type != ASSET_TYPE_VIDEO)) continue;
+        ASSERT_EQ(pFresh->FileDataList->FindRecord(c.path, &pStored), 1);
+        for (const CTNGFileData* pRecord : {pLive, pStored}) {
+            EXPECT_EQ(ReadThumbnail(*pFolder, *pRecord, 160), Thumbnail(50 + tag, tag));
+            EXPECT_EQ(ReadThumbnail(*pFolder, *pRecord, 32), Thumbnail(20 + tag, tag));
+            EXPECT_EQ(HasExtraLarge(*pRecord), c.bKeepsExtraLarge);
+            if (!c.bKeepsExtraLarge) continue;
+            EXPECT_EQ(ReadThumbnail(*pFolder, *pRecord, 800), Thumbnail(c.nExtraLarge, tag));
+        }
+        nBytes += static_cast<std::size_t>(70 + 2 * tag + 12 + (c.bKeepsExtraLarge ? c.nExtraLarge : 0));
+    }
+    EXPECT_EQ(cache.Read("1.db").size(), nBytes) << "nothing dead is left";
+    EXPECT_EQ(cache.Names(), (std::set<std::string>{"1.dat", "1.db", "src"}));
+}
+
+// A picture whose file or whose threshold has changed since its extra-large thumbnail was dropped.
+TEST(ListRewrite, CompactsAgainWhereTheThresholdWentDown) {
+    const Cache cache;
+    const std::u16string path = cache.Write("picture", Bytes(1000));
+    const auto pFolder = NewFolder(u"/p", 1);
+    AddPicture(*pFolder, path, 1, 50, 20, 90);
+    AddPicture(*pFolder, u"/p/other", 2);
+    ASSERT_EQ(pFolder->FileDataList->SaveList(true, u"1.db", true), QXTNG_SUCCESS);
+    const CTNGFileData& record = *pFolder->FileDataList->GetAt(0);
+    ASSERT_FALSE(HasExtraLarge(record));
+    const Threshold threshold(1000);
+    EXPECT_EQ(pFolder->FileDataList->SaveList(true, u"1.db", true), QXTNG_SUCCESS);
+    EXPECT_EQ(record.m_bDeleted, 1) << "it is made again, with the thumbnail that it lacks";
+    EXPECT_EQ(LoadedPaths(), Texts{u"/p/other"});
+}
+
+TEST(ListRewrite, CompactsWithoutTheListAndWithoutAnything) {
+    const Cache cache;
+    const auto pFolder = NewFolder(u"/p", 1);
+    CTNGFileDataCollection& list = *pFolder->FileDataList;
+    AddPicture(*pFolder, u"/p/a", 1);
+    AddPicture(*pFolder, u"/p/b", 2);
+    ASSERT_EQ(list.AppendNewRecords(), QXTNG_SUCCESS);
+    list.RemoveRecord(u"/p/a");
+    EXPECT_EQ(list.SaveList(true, u"1.db", false), QXTNG_SUCCESS);
+    EXPECT_EQ(ReadThumbnail(*pFolder, *list.GetAt(0), 32), Thumbnail(20, 2));
+    EXPECT_EQ(list.AppendNewRecords(), QXTNG_ERROR_FILE_WRITE) << "the list has the new locations already";
+    EXPECT_EQ(LoadedPaths(), Texts{u"/p/b"});
+
+    std::filesystem::rename(cache / "1.db", cache / "away");
+    const Bytes whole = cache.Read("1.dat");
+    EXPECT_EQ(list.SaveList(true, u"1.db", false), QXTNG_SUCCESS) << "there is nothing to compact";
+    EXPECT_EQ(cache.Read("1.dat"), whole);
+    EXPECT_EQ(list.AppendNewRecords(), QXTNG_SUCCESS) << "the file is written anew";
+    std::filesystem::rename(cache / "away", cache / "1.db");
+
+    list.GetAt(0)->m_bDeleted = 1;
+    EXPECT_EQ(list.SaveList(true, u"1.db", true), QXTNG_SUCCESS);
+    EXPECT_EQ(cache.Read("1.db"), Bytes());
+    EXPECT_EQ(cache.Read("1.dat"), Bytes(4));
+}
+
+TEST(ListRewrite, AFailureChangesNothing) {
+    for (const char* pszHarm : {"trailer", "offset", "size", "data file", "no list file"}) {
+        SCOPED_TRACE(pszHarm);
+        const Cache cache;
+        const auto pFolder = NewFolder(u"/p", 1);
+        CTNGFileDataCollection& list = *pFolder->FileDataList;
+        const std::string harm = pszHarm;
+        for (int i = 0; i < 4; ++i)
+            AddPicture(*pFolder, u"/p/" + std::u16string(1, static_cast<char16_t>(u'a' + i)), i);
+        list.GetAt(0)->m_bDeleted = 1;
+        if (harm != "no list file") list.AppendNewRecords();
+        Bytes data = cache.Read("1.db");
+        CTNGFileData& bad = *list.GetAt(2);
+        if (harm == "trailer" || harm == "no list file") data[3 * 82 - 5] ^= 1;
+        if (harm == "offset") bad.m_nSmallOffset = 0x7FFFFFF0;
+        if (harm == "size") bad.m_nLargeSize = 0x7FFFFFF0;
+        if (harm == "data file") data.resize(2 * 82);
+        cache.Write("1.db", data);
+        const Bytes file = cache.Read("1.dat");
+        const std::set<std::string> names = cache.Names();
+        const std::int32_t before = list.GetAt(1)->m_nLargeOffset;
+        EXPECT_EQ(list.SaveList(true, u"1.db", true), QXTNG_ERROR_FAILED);
+        EXPECT_EQ(cache.Read("1.db"), data);
+        EXPECT_EQ(cache.Read("1.dat"), file);
+        EXPECT_EQ(cache.Names(), names) << "no temporary file, no half of a list";
+        EXPECT_EQ(list.GetAt(1)->m_nLargeOffset, before);
+        EXPECT_EQ(ReadThumbnail(*pFolder, *list.GetAt(1), 32), Thumbnail(20, 1));
+    }
+}
+
+TEST(ListRewrite, NeedsTemporaryFilesAndTheLock) {
+    const Cache cache;
+    const std::filesystem::path deep = cache / std::string(125, 'a') / std::string(125, 'b');
+    std::filesystem::create_directories(deep);
+    s_strCacheFolder.Set(TestSupport::TextOf(deep));
+    const auto pFolder = NewFolder(u"/p", 1);
+    CTNGFileDataCollection& list = *pFolder->FileDataList;
+    AddPicture(*pFolder, u"/p/a", 1);
+    ASSERT_EQ(list.AppendNewRecords(), QXTNG_SUCCESS);
+    EXPECT_EQ(list.SaveList(false, u"1.db", true), QXTNG_ERROR_FILE_WRITE) << "the path is too long";
+    EXPECT_EQ(list.SaveList(true, u"1.db", false), QXTNG_ERROR_FAILED);
+    EXPECT_EQ(LoadedPaths(), Texts{u"/p/a"});
+    EXPECT_EQ(ReadThumbnail(*pFolder, *list.GetAt(0), 160), Thumbnail(50, 1));
+    const TNGFileLock pLock = list.GetListLock();
+    const CTNGAutoMutexPtr hold(pLock.get(), false, 0, true);
+    EXPECT_EQ(list.SaveList(true, u"1.db", true), QXTNG_ERROR_LOCK_FAILED);
+}
+
+}  // namespace
