@@ -49,8 +49,9 @@ TEST(ImageLibrary, IsBoundAndGivenBack) {
     EXPECT_FALSE(SaveImageToMemory(image, true, buffer, &nSize));
     EXPECT_EQ(LoadImageFromMemory(bytes, nSize), nullptr);
     EXPECT_EQ(CallIMLForSaveCompressBufferToARGB(bytes, &nSize, &size), nullptr);
-    EXPECT_TRUE(log.Has("2 CTNGThumbnailProducer::CallIMLForSaveCompressBufferToARGB condition DLL or "
-                        "function pointer init failed"));
+    EXPECT_TRUE(
+        log.Has("2 CTNGThumbnailProducer::CallIMLForSaveCompressBufferToARGB condition DLL or "
+                "function pointer init failed"));
     FreeMemoryBuffer(bytes);
 
     const CTNGThumbnailProducer producer(u"/p.jpg", ASSET_TYPE_IMAGE);
@@ -216,8 +217,14 @@ TEST(DefaultImages, HaveASlotForEachKind) {
     const struct {
         std::uint32_t eType;
         int slot;
-    } cases[] = {{ASSET_TYPE_UNKNOWN, 2}, {ASSET_TYPE_IMAGE, -1},  {ASSET_TYPE_AUDIO, 0}, {ASSET_TYPE_VIDEO, 1},
-                 {ASSET_TYPE_OTHER_4, 2}, {ASSET_TYPE_OTHER_5, 2}, {6, -1},               {0xFFFFFFFF, -1}};
+    } cases[] = {{ASSET_TYPE_UNKNOWN, 2},
+                 {ASSET_TYPE_IMAGE, -1},
+                 {ASSET_TYPE_AUDIO, 0},
+                 {ASSET_TYPE_VIDEO, 1},
+                 {ASSET_TYPE_OTHER_4, 2},
+                 {ASSET_TYPE_OTHER_5, 2},
+                 {6, -1},
+                 {0xFFFFFFFF, -1}};
     const auto expectFilled = [&cases](int filled) {
         for (const auto& c : cases) {
             const bool bFilled = c.slot >= 0 && c.slot == filled;

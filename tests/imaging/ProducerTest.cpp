@@ -25,7 +25,8 @@ constexpr std::uint32_t kAny = TNG_SOURCE_EMBEDDED_OR_DECODE, kFilled = TNG_SOUR
 // Default images of 240 x 240, one for each kind.
 void SetUpStandIn(const char* pszFaultsOfDefaults = "") {
     StandIn() = {};
-    const StandInFile picture{.size = {240, 240}, .told = k32, .loaded = k32, .pszFaults = pszFaultsOfDefaults};
+    const StandInFile picture{
+        .size = {240, 240}, .told = k32, .loaded = k32, .pszFaults = pszFaultsOfDefaults};
     const auto add = [&picture](char16_t* pszPath, const std::u16string& name) {
         *std::ranges::copy(name, pszPath).out = 0;
         StandIn().files[name] = picture;

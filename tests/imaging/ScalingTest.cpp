@@ -18,11 +18,10 @@ constexpr PixelFormat k32 = Gdiplus::PixelFormat32bppARGB;
 TEST(Scaling, FitsIntoABox) {
     const struct {
         TNGSize source, box, expected;
-    } cases[] = {
-        {{4000, 3000}, {160, 160}, {160, 120}},   {{3000, 4000}, {160, 160}, {120, 160}},
-        {{1, 3000}, {160, 160}, {1, 160}},        {{5000, 2}, {160, 160}, {160, 1}},
-        {{161, 160}, {160, 160}, {160, 159}},     {{1000, 333}, {160, 32}, {96, 32}},
-        {{65535, 65534}, {800, 800}, {800, 800}}, {{4294967295, 1}, {160, 160}, {160, 1}}};
+    } cases[] = {{{4000, 3000}, {160, 160}, {160, 120}},   {{3000, 4000}, {160, 160}, {120, 160}},
+                 {{1, 3000}, {160, 160}, {1, 160}},        {{5000, 2}, {160, 160}, {160, 1}},
+                 {{161, 160}, {160, 160}, {160, 159}},     {{1000, 333}, {160, 32}, {96, 32}},
+                 {{65535, 65534}, {800, 800}, {800, 800}}, {{4294967295, 1}, {160, 160}, {160, 1}}};
     for (const auto& c : cases) {
         const TNGSize size = FitIntoBox(c.source, c.box);
         EXPECT_EQ(std::pair(size.nWidth, size.nHeight), std::pair(c.expected.nWidth, c.expected.nHeight))
@@ -37,8 +36,10 @@ TEST(Scaling, LeavesAloneWhatFits) {
         bool bPng, bScaled;
         TNGSize expected;
         PixelFormat expectedFormat;
-    } cases[] = {{160, 120, k32, false, false, {160, 120}, k32}, {161, 120, k32, false, true, {160, 119}, k24},
-                 {160, 121, k24, true, true, {159, 120}, k32},   {1, 1, k24, true, false, {1, 1}, k24}};
+    } cases[] = {{160, 120, k32, false, false, {160, 120}, k32},
+                 {161, 120, k32, false, true, {160, 119}, k24},
+                 {160, 121, k24, true, true, {159, 120}, k32},
+                 {1, 1, k24, true, false, {1, 1}, k24}};
     for (const auto& c : cases) {
         std::unique_ptr<Image> pImage = std::make_unique<Bitmap>(c.width, c.height, c.format);
         static_cast<Bitmap&>(*pImage).SetResolution(300, 72);
@@ -74,8 +75,11 @@ TEST(Scaling, ConvertsFormats) {
         PixelFormat format;
         bool bPng, bResize;
         PixelFormat expected;
-    } cases[] = {{k24, true, false, k24}, {k32, true, false, k32}, {k32, false, false, k24},
-                 {k24, true, true, k32},  {k32, false, true, k24}};
+    } cases[] = {{k24, true, false, k24},
+                 {k32, true, false, k32},
+                 {k32, false, false, k24},
+                 {k24, true, true, k32},
+                 {k32, false, true, k24}};
     for (const auto& c : cases) {
         std::unique_ptr<Image> pImage = std::make_unique<Bitmap>(20, 10, c.format);
         EXPECT_TRUE(ConvertImageFormat(c.bPng, c.bResize, {30, 5}, pImage));
