@@ -94,7 +94,7 @@ struct TNGSize {
 /// The boxes of the renditions that the cache keeps of a file. A thumbnail fits into its box and keeps the
 /// aspect of the picture; a picture that is smaller than the box stays as it is.
 inline constexpr TNGSize TNG_SMALL_BOX = {32, 32};
-/// Requests of at most this size are answered from the cache.
+/// Requests of at most this size are answered from the cache, but for PNG files.
 inline constexpr TNGSize TNG_LARGE_BOX = {160, 160};
 /// Kept for videos and for files at or above the threshold.
 inline constexpr TNGSize TNG_EXTRA_LARGE_BOX = {800, 800};

@@ -24,7 +24,11 @@ void CLogger::LogMessage(std::uint32_t nLevel, const char16_t* pszText, const ch
                          const char16_t* pszSource, std::uint32_t nLine) {
     if (!IsLevelOn(nLevel)) return;
     const std::shared_lock lock(s_sinkGuard);
-    if (s_pfnSink) s_pfnSink(s_pContext, nLevel, pszText, pszModule, pszSource, nLine);
+    try {
+        if (s_pfnSink) s_pfnSink(s_pContext, nLevel, pszText, pszModule, pszSource, nLine);
+    } catch (...) {
+        // A sink's trouble is not that of whoever logs.
+    }
 }
 
 void CLogger::SetSink(LogSink pfnSink, void* pContext, std::uint32_t nLevelMask) {

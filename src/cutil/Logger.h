@@ -7,7 +7,8 @@
 namespace QxzCUtil {
 
 /// Receives one log line. Runs on the thread that logs, several threads at once. It must not call the
-/// thumbnail library, nor CLogger::SetSink(). The texts are valid during the call only.
+/// thumbnail library, nor CLogger::SetSink(); what it throws is dropped. The texts are valid during the call
+/// only.
 using LogSink = void (*)(void* pContext, std::uint32_t nLevel, const char16_t* pszText,
                          const char16_t* pszModule, const char16_t* pszSource, std::uint32_t nLine);
 

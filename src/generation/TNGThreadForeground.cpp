@@ -73,7 +73,8 @@ std::uint32_t CTNGThread::GenerateThumbnail(const std::u16string& path, const TN
         return QXTNG_ERROR_PRODUCTION_FAILED;
     }
     TNGThumbnailData source;
-    source.pImage = Produce(request, producer, peOrigin, pbDefault);
+    int bDefault = 1;  // the caller's stays 1 until there is a result
+    source.pImage = Produce(request, producer, peOrigin, &bDefault);
     source.nWidth = box.nWidth;
     source.nHeight = box.nHeight;
 

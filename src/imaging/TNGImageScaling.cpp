@@ -19,7 +19,7 @@ float RatioOf(std::uint32_t box, std::uint32_t source) {
 }
 
 std::uint32_t Scaled(std::uint32_t source, float ratio, std::uint32_t box) {
-    const double exact = static_cast<double>(static_cast<float>(source) * ratio) + 0.5;
+    const double exact = static_cast<double>(static_cast<float>(source)) * static_cast<double>(ratio) + 0.5;
     return std::max(std::min(static_cast<std::uint32_t>(exact), box), 1u);
 }
 
@@ -40,7 +40,11 @@ std::unique_ptr<Image> CloneArea(const Image& image, int x, int y, const TNGSize
         x, y, static_cast<int>(size.nWidth), static_cast<int>(size.nHeight), format, image.GetNativeImage(),
         &pCopy);
     if (status != Gdiplus::Ok) return nullptr;
-    return std::make_unique<Bitmap>(pCopy);
+    std::unique_ptr<Gdiplus::GpImage, Gdiplus::Status (*)(Gdiplus::GpImage*)> owner(
+        pCopy, &Gdiplus::DllExports::GdipDisposeImage);
+    auto pClone = std::make_unique<Bitmap>(pCopy);
+    owner.release();
+    return pClone;
 }
 
 bool Redraw(std::unique_ptr<Image>& pImage, const TNGSize& size, PixelFormat format) {

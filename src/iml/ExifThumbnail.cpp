@@ -4,6 +4,8 @@
 
 namespace {
 
+constexpr std::uint16_t kTagNewSubfileType = 0x00FE;
+constexpr std::uint32_t kReducedPicture = 1;
 constexpr std::uint16_t kTagThumbnailOffset = 0x0201;  // JPEGInterchangeFormat
 constexpr std::uint16_t kTagThumbnailLength = 0x0202;  // JPEGInterchangeFormatLength
 constexpr std::uint16_t kTypeLong = 4;
@@ -52,9 +54,7 @@ class TiffReader {
     bool m_bigEndian = false;
 };
 
-}  // namespace
-
-bool FindExifThumbnail(ByteSource& source, ByteRange& thumbnail) {
+bool FindThumbnail(ByteSource& source, ByteRange& thumbnail, bool bMustBeReduced) {
     TiffReader reader(source);
     std::uint32_t firstDirectory = 0;
     std::uint32_t secondDirectory = 0;
@@ -65,12 +65,25 @@ bool FindExifThumbnail(ByteSource& source, ByteRange& thumbnail) {
     if (secondDirectory == 0 || secondDirectory == firstDirectory) return false;
     if (!reader.ReadDirectory(secondDirectory, entries, unused)) return false;
 
+    bool bReduced = false;
     thumbnail = {};
     for (std::size_t i = 0; i < entries.size(); i += kEntrySize) {
         if (reader.Number16(&entries[i + 2]) != kTypeLong) continue;
         const std::uint16_t tag = reader.Number16(&entries[i]);
+        if (tag == kTagNewSubfileType) bReduced = (reader.Number32(&entries[i + 8]) & kReducedPicture) != 0;
         if (tag == kTagThumbnailOffset) thumbnail.offset = reader.Number32(&entries[i + 8]);
         if (tag == kTagThumbnailLength) thumbnail.size = reader.Number32(&entries[i + 8]);
     }
+    if (bMustBeReduced && !bReduced) return false;
     return thumbnail.offset != 0 && thumbnail.size != 0 && thumbnail.offset < source.Size();
+}
+
+}  // namespace
+
+bool FindExifThumbnail(ByteSource& source, ByteRange& thumbnail) {
+    return FindThumbnail(source, thumbnail, false);
+}
+
+bool FindTiffThumbnail(ByteSource& source, ByteRange& thumbnail) {
+    return FindThumbnail(source, thumbnail, true);
 }

@@ -95,7 +95,13 @@ class GifFile {
         const GifImageDesc& frame = Frame();
         return IsAcceptableSize(Width(), Height()) && frame.Width > 0 && frame.Height > 0 &&
                frame.Left < m_pGif->SWidth && frame.Top < m_pGif->SHeight &&
-               IsPlausibleSize(std::uint64_t{Width()} * Height(), nFileSize);
+               IsPlausibleSize(std::uint64_t{Width()} * Height(), nFileSize) && IsFrameAcceptable(frame);
+    }
+
+    // An interlaced frame is kept by half, and may be far larger than the screen that shows it.
+    bool IsFrameAcceptable(const GifImageDesc& frame) const {
+        constexpr std::int64_t kMostKept = std::int64_t{1} << 26;
+        return !frame.Interlace || std::int64_t{frame.Width} * frame.Height / 2 <= kMostKept;
     }
 
     SequentialReader m_input;

@@ -47,7 +47,8 @@ void JpegBitReader::Fill() {
 bool JpegBitReader::SkipRestartMarker() {
     if (m_marker == 0) Fill();
     // What is left must be less than a byte, and then the marker.
-    if (m_nBits - m_nPadding >= 8 || m_marker < kJpegRst0 || m_marker > kJpegRst7) return false;
+    if (HasOverrun() || m_nBits - m_nPadding >= 8 || m_marker < kJpegRst0 || m_marker > kJpegRst7)
+        return false;
     m_bits = 0;
     m_nBits = 0;
     m_nPadding = 0;

@@ -39,16 +39,9 @@ int ChooseScale(const JpegFrame& frame, const RowSink& sink) {
     return 8;
 }
 
-// A progressive picture is kept in memory whole while it is decoded, so the file has to hold enough to
-// be worth it: at the least bit a block, a sixteenth of the picture.
-bool IsWorthItsMemory(const JpegFrame& frame, const ByteSource& source) {
-    constexpr std::uint64_t kBytesPerBlock = 64 * sizeof(JCOEF);
-    return frame.blocks * kBytesPerBlock <= kMaxCoefficientBytes && frame.blocks / 16 <= source.Size() * 8;
-}
-
 bool DecodeAll(ByteSource& source, const JpegFrame& frame, int eighths, RowSink& sink) {
     JpegDecoder decoder(source);
-    if (!decoder.Start(eighths)) return false;
+    if (!decoder.Start(frame, eighths)) return false;
     RowShape shape;
     shape.width = decoder.Width();
     shape.height = decoder.Height();
@@ -69,9 +62,8 @@ bool Decode(ByteSource& source, const PictureInfo&, RowSink& sink) {
     JpegFrame frame;
     if (!ReadJpegFrame(source, frame)) return false;
     const int eighths = ChooseScale(frame, sink);
-    if (!frame.progressive) return DecodeAll(source, frame, eighths, sink);
-    if (!IsWorthItsMemory(frame, source)) return false;
-    if (eighths == 1 && DecodeProgressiveDc(source, frame, sink)) return true;
+    const bool dcOnly = frame.progressive && eighths == 1;
+    if (dcOnly && DecodeProgressiveDc(source, frame, sink)) return true;
     return DecodeAll(source, frame, eighths, sink);
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "JpegDcReader.h"
+#include "Limits.h"
 
 namespace {
 
@@ -39,6 +40,8 @@ void ConvertYCbCr(int luma, int cb, int cr, std::uint8_t* pBgr) {
 }  // namespace
 
 bool DecodeProgressiveDc(ByteSource& source, const JpegFrame& frame, RowSink& sink) {
+    constexpr std::uint64_t kKeptPerByte = 256;
+    if (!IsWorthKeeping(frame.blocks * sizeof(std::int16_t), source.Size(), kKeptPerByte)) return false;
     JpegDcReader reader(source);
     if (!reader.Read(frame)) return false;
     RowShape shape;

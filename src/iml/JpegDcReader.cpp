@@ -36,9 +36,8 @@ bool JpegDcReader::Read(const JpegFrame& frame) {
     JpegSegments segments(m_source);
     JpegSegment segment;
     std::vector<std::uint8_t> bytes;
-    std::size_t incomplete = 0;
     int nScans = 0;
-    for (bool begun = false; !begun || incomplete > 0;) {
+    for (bool begun = false; !begun || !IsComplete();) {
         if (!segments.Next(segment)) return false;
         if (segment.marker != kJpegSos && !segment.IsFrame()) {
             if (!ReadSegment(segment)) return false;
@@ -49,16 +48,20 @@ bool JpegDcReader::Read(const JpegFrame& frame) {
         if (segment.IsFrame()) {
             if (begun || !ReadFrame(bytes, frame)) return false;
             begun = true;
-            incomplete = m_components.size();
             continue;
         }
         Scan scan;
         if (++nScans > kMaxScans || !ReadScanHeader(bytes, scan)) return false;
         if (scan.dc && !DecodeScan(scan, segment.End())) return false;
-        if (scan.dc && scan.shift == 0) incomplete -= std::min(incomplete, scan.components.size());
+        for (ScanComponent& component : scan.components)
+            component.pComponent->complete |= scan.dc && scan.shift == 0;
         segments.SkipEntropyCodedData(segment.End());
     }
-    return true;
+    return std::ranges::all_of(m_components, [this](const auto& c) { return QuantiserStep(c) != 0; });
+}
+
+bool JpegDcReader::IsComplete() const {
+    return std::ranges::all_of(m_components, &JpegDcComponent::complete);
 }
 
 bool JpegDcReader::ReadSegment(const JpegSegment& segment) {

@@ -19,6 +19,7 @@ struct JpegDcComponent {
     std::uint32_t stride =
         0;  // blocks of a row, with those that fill up the last unit of an interleaved scan
     std::vector<std::int16_t> coefficients;
+    bool complete = false;  // the last bit of its coefficients has come
 };
 
 /// Reads the DC coefficients of a progressive JPEG: all that a decode at 1/8 scale takes. The AC scans, most
@@ -59,6 +60,7 @@ class JpegDcReader {
         int shift = 0;         // place of the last bit that it brings
     };
 
+    bool IsComplete() const;
     bool ReadSegment(const JpegSegment& segment);
     bool ReadFrame(const std::vector<std::uint8_t>& bytes, const JpegFrame& frame);
     bool ReadQuantisers(const std::vector<std::uint8_t>& bytes);

@@ -17,7 +17,7 @@ constexpr JOCTET kEndOfImage[] = {0xFF, JPEG_EOI};
 JpegDecoder::JpegDecoder(ByteSource& source)
     : m_piece(static_cast<std::size_t>(std::min<std::uint64_t>(kPieceSize, source.Size()))) {
     m_info.err = m_error.Install();
-    m_progress.progress_monitor = &CheckScans;
+    m_progress.manager.progress_monitor = &CheckScans;
     m_input.pSource = &source;
     m_input.pPiece = &m_piece;
     m_input.manager.init_source = [](j_decompress_ptr) {};
@@ -75,7 +75,10 @@ void JpegDecoder::SkipInput(j_decompress_ptr pInfo, long nBytes) {
 
 void JpegDecoder::CheckScans(j_common_ptr pInfo) {
     const auto* pDecompress = reinterpret_cast<j_decompress_ptr>(pInfo);
-    if (pDecompress->input_scan_number > kMaxScans) ERREXIT(pDecompress, JERR_NOTIMPL);
+    const auto nScans = static_cast<std::uint64_t>(std::max(pDecompress->input_scan_number, 0));
+    const std::uint64_t nBlocks = reinterpret_cast<const Progress*>(pInfo->progress)->nBlocks;
+    if (nScans > kMaxScans || nScans * nBlocks > kMaxBlockVisits + nBlocks)
+        ERREXIT(pDecompress, JERR_NOTIMPL);
 }
 
 bool JpegDecoder::ChooseColourSpace() {
@@ -94,15 +97,27 @@ bool JpegDecoder::ChooseColourSpace() {
     }
 }
 
-bool JpegDecoder::Start(int nEighths) {
+// libjpeg keeps a picture of several scans whole, so the file has to hold enough to be worth it.
+bool JpegDecoder::IsAsExpected(const JpegFrame& frame) {
+    constexpr std::uint64_t kBytesPerBlock = 64 * sizeof(JCOEF);
+    constexpr std::uint64_t kKeptPerByte = 2048;
+    if (m_info.image_width != frame.width || m_info.image_height != frame.height) return false;
+    if (static_cast<std::uint32_t>(m_info.num_components) != frame.components) return false;
+    if (!jpeg_has_multiple_scans(&m_info)) return true;
+    const std::uint64_t kept = frame.blocks * kBytesPerBlock;
+    return kept <= kMaxCoefficientBytes && IsWorthKeeping(kept, m_input.pSource->Size(), kKeptPerByte);
+}
+
+bool JpegDecoder::Start(const JpegFrame& frame, int nEighths) {
+    m_progress.nBlocks = frame.blocks;
     const bool headerRead = RunJpeg(m_error, [this] {
         jpeg_create_decompress(&m_info);
         m_info.src = &m_input.manager;
-        m_info.progress = &m_progress;
+        m_info.progress = &m_progress.manager;
         m_info.mem->max_memory_to_use = static_cast<long>(kMaxCoefficientBytes);
         jpeg_read_header(&m_info, TRUE);
     });
-    if (!headerRead || !ChooseColourSpace()) return false;
+    if (!headerRead || !IsAsExpected(frame) || !ChooseColourSpace()) return false;
     const bool started = RunJpeg(m_error, [this, nEighths] {
         m_info.scale_num = static_cast<unsigned>(nEighths);
         m_info.scale_denom = 8;

@@ -5,6 +5,7 @@
 
 #include "ByteSource.h"
 #include "JpegError.h"
+#include "JpegSegments.h"
 
 /// libjpeg on a source: header, scale, rows.
 class JpegDecoder {
@@ -14,9 +15,10 @@ class JpegDecoder {
     JpegDecoder(const JpegDecoder&) = delete;
     JpegDecoder& operator=(const JpegDecoder&) = delete;
 
-    /// Reads the header and starts the decode at `nEighths` / 8 of the size. False if that is not possible,
-    /// or none of the picture can be decoded.
-    bool Start(int nEighths);
+    /// Reads the header, which has to be that of `frame`, and starts the decode at `nEighths` / 8 of the
+    /// size. False if that is not possible, would take too much memory or time, or none of the picture can be
+    /// decoded.
+    bool Start(const JpegFrame& frame, int nEighths);
 
     std::uint32_t Width() const { return m_info.output_width; }
     std::uint32_t Height() const { return m_info.output_height; }
@@ -40,10 +42,17 @@ class JpegDecoder {
     static boolean FillInput(j_decompress_ptr pInfo);
     static void SkipInput(j_decompress_ptr pInfo, long nBytes);
     static void CheckScans(j_common_ptr pInfo);
+    bool IsAsExpected(const JpegFrame& frame);
+
+    // Counts what the scans cost.
+    struct Progress {
+        jpeg_progress_mgr manager;  // first, as above
+        std::uint64_t nBlocks;      // that each scan goes over at most
+    };
 
     jpeg_decompress_struct m_info{};
     JpegError m_error;
-    jpeg_progress_mgr m_progress{};
+    Progress m_progress{};
     Input m_input{};
     std::vector<std::uint8_t> m_piece;
     std::vector<std::uint8_t> m_decoded;  // a row as libjpeg gives it

@@ -10,19 +10,21 @@ namespace {
 
 constexpr std::uint32_t kMaxComponents = 4;
 
-// Some cameras write segments with wrong lengths; this far it is looked for the next one.
+// Some cameras write segments with wrong lengths; this far, in a whole file, it is looked for the next ones.
 constexpr std::uint64_t kMaxStrayBytes = std::uint64_t{1} << 18;
+
+constexpr int kMaxSegments = 10'000;
 
 // Stuffed zeros, restart markers and fill bytes stand in the middle of entropy-coded data.
 bool BeginsSegment(std::uint8_t afterFF) {
     const bool restart = afterFF >= kJpegRst0 && afterFF <= kJpegRst7;
-    return afterFF != 0 && afterFF != 0xFF && !restart;
+    return afterFF > 1 && afterFF != 0xFF && !restart;  // 1 is a marker without a segment
 }
 
 // The first place from `nOffset` on, and within about `nReach` bytes, where a segment begins; the end of the
 // source if there is none.
 std::uint64_t FindMarker(ByteSource& source, std::uint64_t nOffset, std::uint64_t nReach) {
-    std::vector<std::uint8_t> piece(std::size_t{1} << 16);
+    std::vector<std::uint8_t> piece(static_cast<std::size_t>(nReach <= kMaxStrayBytes ? 1u << 12 : 1u << 16));
     for (const std::uint64_t nStart = nOffset; nOffset - nStart <= nReach;) {
         const std::size_t got = source.ReadAt(nOffset, piece.data(), piece.size());
         if (got < 2) break;
@@ -52,10 +54,14 @@ bool JpegSegment::IsFrame() const {
 
 bool JpegSegments::Next(JpegSegment& segment) {
     std::uint8_t bytes[4];
+    if (++m_nSegments > kMaxSegments) return false;
     if (!m_source.ReadAllAt(m_nNext, bytes, sizeof bytes)) return false;
     if (bytes[0] != 0xFF || !BeginsSegment(bytes[1])) {
         // Fill bytes, or bytes that belong to nothing: decoders look for the next marker, so does this.
-        m_nNext = FindMarker(m_source, m_nNext, kMaxStrayBytes);
+        const std::uint64_t nFrom = m_nNext;
+        m_nNext = FindMarker(m_source, nFrom, kMaxStrayBytes);
+        m_nStray += m_nNext - nFrom;
+        if (m_nStray > kMaxStrayBytes) return false;
         if (!m_source.ReadAllAt(m_nNext, bytes, sizeof bytes)) return false;
     }
     if (bytes[1] == kJpegEoi || bytes[1] == kJpegSoi) return false;

@@ -48,6 +48,8 @@ class JpegSegments {
   private:
     ByteSource& m_source;
     std::uint64_t m_nNext;
+    int m_nSegments = 0;         // so far
+    std::uint64_t m_nStray = 0;  // bytes so far that belong to no segment
 };
 
 /// What a frame header says.

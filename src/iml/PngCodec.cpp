@@ -2,9 +2,12 @@
 #include <vector>
 
 #include "Codec.h"
+#include "Limits.h"
 #include "PngReader.h"
 
 namespace {
+
+constexpr std::uint64_t kKeptPerByte = 64;  // bytes of rows that a byte of an interlaced file may bring
 
 bool Recognise(std::span<const std::uint8_t> head) {
     static constexpr std::uint8_t kSignature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
@@ -76,6 +79,8 @@ bool Decode(ByteSource& source, const PictureInfo& info, RowSink& sink) {
     if (header.alpha) shape.format = Gdiplus::PixelFormat32bppARGB;
     sink.Begin(shape);
     if (!reader.IsInterlaced()) return DecodeInOrder(reader, header.height, sink);
+    const std::uint64_t keptBytes = (std::uint64_t{header.height} + 1) / 2 * reader.RowBytes();
+    if (!IsWorthKeeping(keptBytes, source.Size(), kKeptPerByte)) return false;
     InterlacedRows rows(reader, header.height);
     const bool complete = rows.ReadEvenRows();
     return rows.Deliver(complete, sink);

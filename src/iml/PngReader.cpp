@@ -11,7 +11,6 @@
 namespace {
 
 constexpr std::size_t kPieceSize = std::size_t{1} << 16;
-constexpr png_uint_32 kMaxSide = 1'000'000;            // pixels; a row is kept whole
 constexpr png_alloc_size_t kMaxChunkBytes = 1u << 20;  // of a chunk that is kept in memory
 
 void JumpOnError(png_structp pPng, png_const_charp) {
@@ -64,7 +63,7 @@ bool PngReader::ReadHeader(PictureInfo& info) {
     if (!m_bChunksFound) return false;
     const bool read = RunPng(m_pPng, [this] {
         png_set_read_fn(m_pPng, this, &ReadBytes);
-        png_set_user_limits(m_pPng, kMaxSide, kMaxSide);
+        png_set_user_limits(m_pPng, png_uint_32{kMaxSide}, png_uint_32{kMaxSide});
         png_set_chunk_malloc_max(m_pPng, kMaxChunkBytes);
         png_read_info(m_pPng, m_pInfo);
     });

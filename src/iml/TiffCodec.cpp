@@ -57,4 +57,4 @@ bool DecodeTiff(ByteSource& source, const PictureInfo& info, RowSink& sink) {
 
 }  // namespace
 
-const Codec kTiffCodec = {RecogniseTiff, ReadTiffInfo, DecodeTiff, FindExifThumbnail};
+const Codec kTiffCodec = {RecogniseTiff, ReadTiffInfo, DecodeTiff, FindTiffThumbnail};

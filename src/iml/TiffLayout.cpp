@@ -30,8 +30,10 @@ bool IsSupportedCompression(std::uint16_t compression) {
 bool HasPlausibleSize(const TiffFile& file, const TiffLayout& layout) {
     const auto compression = file.Field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     const bool fax = compression == COMPRESSION_CCITTFAX3 || compression == COMPRESSION_CCITTFAX4;
+    const std::uint64_t pixels = std::uint64_t{layout.width} * layout.height;
+    constexpr std::uint64_t kMaxFaxPixels = std::uint64_t{1} << 28;
     return IsAcceptableSize(layout.width, layout.height) &&
-           (fax || IsPlausibleSize(std::uint64_t{layout.width} * layout.height, file.Size()));
+           (fax ? pixels <= kMaxFaxPixels : IsPlausibleSize(pixels, file.Size()));
 }
 
 unsigned ColourSamples(TiffColour colour) {

@@ -256,9 +256,12 @@ bool RecogniseWebp(std::span<const std::uint8_t> head) {
            std::memcmp(head.data() + 8, "WEBP", 4) == 0;
 }
 
+// libwebp copies what it has with every piece, chunks that it only skips included.
+constexpr std::uint64_t kMaxWebpBytes = std::uint64_t{1} << 26;
+
 bool ReadWebpInfo(ByteSource& source, PictureInfo& info) {
     WebpPicture picture;
-    if (!ReadPicture(source, picture)) return false;
+    if (source.Size() > kMaxWebpBytes || !ReadPicture(source, picture)) return false;
     info = {picture.canvasWidth, picture.canvasHeight, picture.alpha};
     return true;
 }

@@ -59,7 +59,7 @@ bool FindClose(HANDLE hFind) {
 }
 
 bool PathFileExistsW(const char16_t* pszPath) {
-    return *pszPath != 0 && access(PathToBytes(pszPath).c_str(), F_OK) == 0;
+    return *pszPath != 0 && faccessat(AT_FDCWD, PathToBytes(pszPath).c_str(), F_OK, AT_EACCESS) == 0;
 }
 
 }  // namespace Platform

@@ -2,9 +2,11 @@
 
 #include <dlfcn.h>
 #include <limits.h>
-#include <unistd.h>
 
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string_view>
 
 #include "Text.h"
@@ -12,19 +14,28 @@
 namespace Platform {
 namespace {
 
-// The dynamic linker knows a program by the name it was started with, which may be relative to a folder
-// that has changed since; the kernel knows where it really is.
-std::string ResolveModulePath(const char* pszLinkerName) {
-    char resolved[PATH_MAX];
-    if (realpath(pszLinkerName, resolved)) return resolved;
-    const ssize_t length = readlink("/proc/self/exe", resolved, sizeof resolved);
-    return length > 0 ? std::string(resolved, static_cast<std::size_t>(length)) : std::string();
+// Where the kernel has mapped `pCode` from. (The dynamic linker may know a module by a relative name, and the
+// current folder may have changed since.) Empty if that is not a file.
+std::string MappedFile(const void* pCode) {
+    const auto address = reinterpret_cast<std::uintptr_t>(pCode);
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        std::uintptr_t first = 0;
+        std::uintptr_t end = 0;
+        if (std::sscanf(line.c_str(), "%zx-%zx", &first, &end) != 2 || address < first || address >= end)
+            continue;
+        const std::size_t path = line.find('/');
+        return path == std::string::npos ? std::string() : line.substr(path);
+    }
+    return {};
 }
 
 std::string ModuleFolderBytes(const void* pCode) {
     Dl_info info{};
     if (dladdr(pCode, &info) == 0 || !info.dli_fname) return {};
-    const std::string path = ResolveModulePath(info.dli_fname);
+    char resolved[PATH_MAX];
+    const bool bAbsolute = info.dli_fname[0] == '/';
+    const std::string path = bAbsolute && realpath(info.dli_fname, resolved) ? resolved : MappedFile(pCode);
     return path.substr(0, path.find_last_of('/') == std::string::npos ? 0 : path.find_last_of('/'));
 }
 

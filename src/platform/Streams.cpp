@@ -7,13 +7,12 @@
 #include <cerrno>
 #include <ctime>
 #include <string>
+#include <utility>
 
 #include "Text.h"
 
 namespace Platform {
 namespace {
-
-constexpr std::size_t kBufferSize = std::size_t{1} << 16;
 
 bool IsOpenForWriting(int nDescriptor) {
     return (fcntl(nDescriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
@@ -25,8 +24,10 @@ int _wfopen_s(std::FILE** ppStream, const char16_t* pszPath, const char* pszMode
     const std::string mode = std::string(pszMode) + 'e';  // not for programs that this process starts
     *ppStream = std::fopen(PathToBytes(pszPath).c_str(), mode.c_str());
     if (!*ppStream) return errno != 0 ? errno : EIO;
-    std::setvbuf(*ppStream, nullptr, _IOFBF, kBufferSize);
-    return 0;
+    struct stat status {};
+    if (fstat(fileno(*ppStream), &status) == 0 && !S_ISDIR(status.st_mode)) return 0;
+    std::fclose(std::exchange(*ppStream, nullptr));
+    return EISDIR;
 }
 
 bool CloseStream(std::FILE* pStream) {

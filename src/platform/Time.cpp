@@ -4,8 +4,8 @@ namespace Platform {
 namespace {
 
 constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
-constexpr std::int64_t kIntervalsPerSecond = 10'000'000;
-constexpr std::int64_t kSecondsFrom1601To1970 = 11'644'473'600;
+constexpr std::uint64_t kIntervalsPerSecond = 10'000'000;
+constexpr std::uint64_t kSecondsFrom1601To1970 = 11'644'473'600;
 
 std::uint64_t AsNumber(const FILETIME& time) {
     return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
@@ -20,8 +20,10 @@ std::int64_t MonotonicNanoseconds() {
 }  // namespace
 
 FILETIME FileTimeFromTimespec(const timespec& time) {
-    const auto intervals = static_cast<std::uint64_t>(
-        (time.tv_sec + kSecondsFrom1601To1970) * kIntervalsPerSecond + time.tv_nsec / 100);
+    // In unsigned numbers: files can bear dates that no file time reaches.
+    const std::uint64_t seconds = static_cast<std::uint64_t>(time.tv_sec) + kSecondsFrom1601To1970;
+    const std::uint64_t intervals =
+        seconds * kIntervalsPerSecond + static_cast<std::uint64_t>(time.tv_nsec) / 100;
     return {static_cast<std::uint32_t>(intervals), static_cast<std::uint32_t>(intervals >> 32)};
 }
 
@@ -32,12 +34,12 @@ int CompareFileTime(const FILETIME* pFirst, const FILETIME* pSecond) {
 }
 
 bool QueryPerformanceCounter(std::int64_t* pCount) {
-    *pCount = MonotonicNanoseconds();
+    *pCount = MonotonicNanoseconds() / 100;
     return true;
 }
 
 bool QueryPerformanceFrequency(std::int64_t* pTicksPerSecond) {
-    *pTicksPerSecond = kNanosecondsPerSecond;
+    *pTicksPerSecond = kIntervalsPerSecond;
     return true;
 }
 

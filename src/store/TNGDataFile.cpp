@@ -121,11 +121,11 @@ bool CTNGDataFile::Write(const TNGThumbnailBytes& bytes) {
 
 std::int32_t CTNGDataFile::WriteBlock(const TNGBlockTrailer& trailer, const TNGThumbnailBytes& extraLarge,
                                       const TNGThumbnailBytes& large, const TNGThumbnailBytes& small) {
+    m_eStatus = DATA_FILE_WRITE_ERROR;
     if (std::fseek(m_pFile, 0, SEEK_END) != 0) return -1;
     const std::int64_t start = ftello(m_pFile);
     const std::int64_t extraSize = extraLarge.pBytes ? extraLarge.nSize : 0;
     const std::int64_t end = start + extraSize + large.nSize + small.nSize + std::int64_t{sizeof trailer};
-    m_eStatus = DATA_FILE_WRITE_ERROR;
     if (start < 0 || end > std::numeric_limits<std::int32_t>::max()) return -1;
     if (extraLarge.pBytes && !Write(extraLarge)) return -1;
     if (!Write(large) || !Write(small)) return -1;

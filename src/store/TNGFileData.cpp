@@ -101,7 +101,7 @@ int CTNGFileData::LoadFileDataVersion1(std::FILE* pFile) {
     ReadField(pFile, flags.bEmbedded);
     ReadField(pFile, flags.nUnused2);
     ReadField(pFile, flags.nLowWidthUnused);
-    m_bDeleted = flags.bDeleted;
+    m_bDeleted = flags.bDeleted != 0 ? 1 : 0;
     m_bAudio = flags.bAudio;
     m_bEmbedded = flags.bEmbedded;
     ReadField(pFile, m_nOriginalWidth);

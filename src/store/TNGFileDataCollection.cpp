@@ -69,7 +69,7 @@ int CTNGFileDataCollection::RemoveRecord(std::u16string_view path) {
     m_firstByPath.erase(found);
     const auto place = std::ranges::find(*m_pItems, pRecord.get());
     // The file holds it: what is appended next would not go with what is there.
-    if (place - m_pItems->begin() <= m_nLastSaved) m_nLastSaved = -1;
+    if (m_nSavedBytes < 0 || place - m_pItems->begin() <= m_nLastSaved) m_nLastSaved = -1;
     const auto next = m_pItems->erase(place);
     if (!bHasTwins) return 1;
     const auto twin = std::find_if(next, m_pItems->end(), [&](const CTNGFileData* p) {
@@ -106,10 +106,13 @@ std::uint32_t CTNGFileDataCollection::LoadRecords(TNGPathIndex* pPathIndex) {
         if (file.Status() != FILE_READ_OK) return QXTNG_ERROR_FILE_READ;
         ++m_nLastSaved;
         pRecord->m_pFolderMap = m_pFolderMap;
-        if (pPathIndex && pRecord->m_bDeleted != 1) (*pPathIndex)[pRecord->m_strFilePath] = pRecord.get();
+        CTNGFileData* const pAdded = pRecord.get();
         AddItem(std::move(pRecord));
+        if (pPathIndex && pAdded->m_bDeleted != 1) (*pPathIndex)[pAdded->m_strFilePath] = pAdded;
     }
     m_nSavedBytes = file.Position();
+    // Nothing can follow a record that is cut off: the next append writes the list anew.
+    if (file.IsEof()) m_nLastSaved = -1;
     return QXTNG_SUCCESS;
 }
 
@@ -139,7 +142,7 @@ std::uint32_t CTNGFileDataCollection::WriteNewRecords(int start) {
     std::int32_t count = GetCount();
     std::int32_t bOpened = 0;
     CTNGRecordFile<CTNGFileData> file(CachePath(m_strListFileName), false, &count, &bOpened, start != 0,
-                                      m_nSavedBytes);
+                                      m_nSavedBytes, start);
     if (!bOpened) return QXTNG_ERROR_FILE_WRITE;
     for (int i = start; i < count && file.Status() == FILE_WRITE_OK; ++i)
         file.WriteRecord(GetAt(i));

@@ -53,15 +53,15 @@ int CTNGFolderMap::Load(std::FILE* pFile) {
 }
 
 bool CTNGFolderMap::ReadRecord(std::FILE* pFile) {
-    for (std::u16string* pText : {&m_strFolderPath, &m_strDataFileName, &m_strListFileName}) {
+    std::u16string dataFileName;
+    std::u16string listFileName;
+    for (std::u16string* pText : {&m_strFolderPath, &dataFileName, &listFileName}) {
         if (!ReadText(pFile, *pText)) return false;
     }
     ReadField(pFile, m_nFileNumber);
-    if (!StaysInFolder(m_strDataFileName) || !StaysInFolder(m_strListFileName)) {
-        m_strDataFileName.clear();
-        m_strListFileName.clear();
-        return false;
-    }
+    if (!StaysInFolder(dataFileName) || !StaysInFolder(listFileName)) return false;
+    m_strDataFileName = dataFileName;
+    m_strListFileName = listFileName;
     m_nListFileKey = KeyOf(m_strListFileName);
     m_nDataFileKey = KeyOf(m_strDataFileName);
     return true;

@@ -42,7 +42,9 @@ void NoteIndexTime(const std::u16string& fileName) {
 }
 
 bool DeleteDataFile(const CTNGFolderMap& folderMap) {
-    return DeleteCacheFile(CachePath(folderMap.m_strDataFileName), folderMap.m_nDataFileKey, false,
+    // A damaged index may name anything; only what can be a data file is deleted as one.
+    return folderMap.m_strDataFileName.ends_with(u".db") &&
+           DeleteCacheFile(CachePath(folderMap.m_strDataFileName), folderMap.m_nDataFileKey, false,
                            TNG_LOCK_TIMEOUT_MS);
 }
 
@@ -171,7 +173,8 @@ void CTNGFolderMapCollection::TakeUpFolder(IndexFile& file, const std::u16string
         NoteListTime(*pFolderMap);
     }
     const std::u16string key = pFolderMap->m_strFolderPath;
-    AddItemByKey(pFolderMap.release(), key);
+    AddItemByKey(pFolderMap.get(), key);
+    pFolderMap.release();
 }
 
 std::uint32_t CTNGFolderMapCollection::LoadIndexFile(const std::u16string& path, bool bPathIsFile,
@@ -237,13 +240,14 @@ void CTNGFolderMapCollection::TakeUpForeignFolder(std::unique_ptr<CTNGFolderMap>
     if (!CTNGFileInfo::FindFileData(CachePath(pFolderMap->m_strListFileName).c_str(), &entry, false)) return;
     pFolderMap->m_ftListFile = entry.ftLastWriteTime;
     const std::u16string key = pFolderMap->m_strFolderPath;
-    AddItemByKey(pFolderMap.release(), key);
+    AddItemByKey(pFolderMap.get(), key);
+    pFolderMap.release();
     *pbAdded = true;
 }
 
 std::uint32_t CTNGFolderMapCollection::SaveFolderMaps(const std::u16string& fileName, bool bSaveLists) {
     const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
-    const CTNGAutoMutexPtr hold(pMutex.get(), false, TNG_LOCK_TIMEOUT_MS, true);
+    const CTNGAutoMutexPtr hold(pMutex.get(), true, TNG_LOCK_TIMEOUT_MS, true);
     if (!hold.IsLocked()) return QXTNG_ERROR_LOCK_FAILED;
     try {
         auto count = static_cast<std::int32_t>(m_pTable->size());
@@ -321,6 +325,7 @@ void CTNGFolderMapCollection::DeleteAll(bool bDeleteFiles) {
 
 void CTNGFolderMapCollection::NextFileNumberAfterMaps(std::int32_t* pNumber) const {
     for (const auto& [path, pFolderMap] : *m_pTable) {
-        if (pFolderMap->m_nFileNumber >= *pNumber) *pNumber = pFolderMap->m_nFileNumber + 1;
+        const std::int32_t number = pFolderMap->m_nFileNumber;
+        if (number >= *pNumber && number <= TNG_MAX_FILE_NUMBER) *pNumber = number + 1;
     }
 }

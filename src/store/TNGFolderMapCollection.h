@@ -46,8 +46,8 @@ class CTNGFolderMapCollection : public CTNGCollectionBase2<std::u16string, CTNGF
     std::uint32_t CheckAndAddNewFolderMap(const std::u16string& indexPath, bool* pbAdded);
 
     /// Writes the index file and, with `bSaveLists`, lists that have changed, for about a second; what is
-    /// left then stays to be saved. Takes a read hold. Folders that are not on a fixed drive lose their
-    /// files.
+    /// left then stays to be saved. Takes a write hold: saving changes the folder maps. Folders that are not
+    /// on a fixed drive lose their files.
     std::uint32_t SaveFolderMaps(const std::u16string& fileName, bool bSaveLists);
 
     /// Writes the index file, and appends new records to the lists. The caller has the write hold.

@@ -5,6 +5,8 @@
 
 #include "common/TNGThreshold.h"
 #include "common/TNGTypes.h"
+#include "locks/TNGAutoMutexPtr.h"
+#include "locks/TNGFileLockRegistry.h"
 #include "platform/FileOperations.h"
 #include "platform/Streams.h"
 #include "store/TNGFileInfo.h"
@@ -84,12 +86,22 @@ std::uint32_t TNGListRewrite::RunPass(bool bCompact, bool bRewrite) {
         const std::uint32_t result = WriteFiles(bCompact, deadBytes);
         if (result != QXTNG_SUCCESS) return result;
         if (bCompact && CouldBeMistaken()) continue;
-        if (m_bNewList && !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
-        if (bCompact && !m_newData.Replace(m_strDataPath)) return QXTNG_ERROR_FILE_WRITE;
-        Publish();
-        return QXTNG_SUCCESS;
+        return TakePlace(bCompact);
     }
     return QXTNG_ERROR_FAILED;
+}
+
+// Under the lock of the data file, so that no block is appended to a file that goes, and no block is read by
+// locations of the other file.
+std::uint32_t TNGListRewrite::TakePlace(bool bCompact) {
+    const TNGFileLock pLock = GetFileLockRegistry().GetFileLock(m_keys.m_nDataFileKey, false);
+    const CTNGAutoMutexPtr hold(bCompact ? pLock.get() : nullptr, true, TNG_LOCK_TIMEOUT_MS, bCompact);
+    if (bCompact && (!hold.IsLocked() || SizeOfFile(m_strDataPath) != m_nDataBytes))
+        return QXTNG_ERROR_FAILED;
+    if (m_bNewList && !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
+    if (bCompact && !m_newData.Replace(m_strDataPath)) return QXTNG_ERROR_FILE_WRITE;
+    Publish();
+    return QXTNG_SUCCESS;
 }
 
 std::uint32_t TNGListRewrite::WriteFiles(bool bCompact, int deadBytes) {

@@ -61,6 +61,7 @@ class TNGListRewrite {
 
     std::uint32_t RunPass(bool bCompact, bool bRewrite);
     std::uint32_t WriteFiles(bool bCompact, int deadBytes);
+    std::uint32_t TakePlace(bool bCompact);
     bool WriteDeadBytes(int nBytes);
     bool CouldBeMistaken();
     std::uint32_t WriteRecords(bool bCompact, ListFile* pList);

@@ -14,7 +14,8 @@
 #include "store/TNGFields.h"
 
 TNGRecordStream::TNGRecordStream(const std::u16string& path, bool bRead, std::int32_t* pCount,
-                                 std::int32_t* pOpened, bool bUpdateCount, std::int64_t nAppendAt) {
+                                 std::int32_t* pOpened, bool bUpdateCount, std::int64_t nAppendAt,
+                                 std::int32_t nRecordsThere) {
     *pOpened = 0;
     if (path.empty()) {
         eStatus = FILE_NO_PATH;
@@ -25,14 +26,13 @@ TNGRecordStream::TNGRecordStream(const std::u16string& path, bool bRead, std::in
         if (bRead) {
             OpenForReading(path, pCount);
         } else if (bUpdateCount) {
-            OpenForAppending(path, nAppendAt);
+            OpenForAppending(path, nAppendAt, nRecordsThere);
         } else {
             OpenAnew(path);
         }
         *pOpened = m_pFile ? 1 : 0;
     } catch (...) {
-        m_eMode = Mode::Read;
-        Close();
+        Abandon();
         eStatus = FILE_COUNT_ERROR;
     }
 }
@@ -61,14 +61,17 @@ void TNGRecordStream::OpenAnew(const std::u16string& path) {
     eStatus = FILE_WRITE_OK;
 }
 
-void TNGRecordStream::OpenForAppending(const std::u16string& path, std::int64_t nAppendAt) {
+void TNGRecordStream::OpenForAppending(const std::u16string& path, std::int64_t nAppendAt,
+                                       std::int32_t nRecordsThere) {
     m_eMode = Mode::Append;
     if (Platform::_wfopen_s(&m_pFile, path.c_str(), "r+b") != 0) {
         eStatus = FILE_ACCESS_ERROR;
         return;
     }
-    // What lies behind belongs to nothing: an append that its process did not live to finish.
-    const bool bTail = nAppendAt >= 0 && Platform::BytesLeft(m_pFile) > nAppendAt;
+    std::int32_t count = -1;
+    ReadField(m_pFile, count);
+    std::rewind(m_pFile);
+    const bool bTail = nAppendAt >= 0 && count == nRecordsThere && Platform::BytesLeft(m_pFile) > nAppendAt;
     const bool bCut = !bTail || ftruncate(fileno(m_pFile), nAppendAt) == 0;
     if (bCut && std::fseek(m_pFile, 0, SEEK_END) == 0) {
         eStatus = FILE_WRITE_OK;
@@ -136,4 +139,17 @@ bool TNGRecordStream::Close() {
     }
     if (!bGood) eStatus = FILE_ACCESS_ERROR;
     return bGood;
+}
+
+void TNGRecordStream::Abandon() {
+    if (!m_pFile) return;
+    std::FILE* const pFile = std::exchange(m_pFile, nullptr);
+    if (m_eMode != Mode::Anew) {
+        Platform::CloseStream(pFile);
+        return;
+    }
+    std::fclose(pFile);
+    std::free(m_pContent);
+    Platform::CloseStream(std::exchange(m_pTarget, nullptr));
+    if (m_bCreated) Platform::DeleteFileW(m_strPath.c_str());
 }

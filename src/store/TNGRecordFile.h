@@ -14,8 +14,9 @@ enum TNGFileStatus : std::uint32_t {
     FILE_NO_PATH = 6,
 };
 
-/// A stream on a file that is a 32-bit count and records; opened by the constructor, closed by the
-/// destructor at the latest. It takes no lock. See docs/cache-format.md.
+/// A stream on a file that is a 32-bit count and records; opened by the constructor. What was
+/// written counts once Close() has succeeded; the destructor of a stream that is still open drops it. It
+/// takes no lock. See docs/cache-format.md.
 ///
 /// A file that is written anew keeps what it held until the stream is closed, and if there is no room for the
 /// new content; one that is appended to gets its new count last. So a process that dies, or a disk that is
@@ -23,11 +24,12 @@ enum TNGFileStatus : std::uint32_t {
 class TNGRecordStream {
   public:
     /// For reading, fills `*pCount`; for writing, writes it: anew, or with `bUpdateCount` over that of the
-    /// file, whose records then go on at `nAppendAt` bytes, or at its end if that is negative.
+    /// file, whose records then go on at its end. What lies behind `nAppendAt` bytes is cut off first, if the
+    /// file still counts `nRecordsThere`: that is an append that was never finished.
     /// `*pOpened` receives 1 if the file is open.
     TNGRecordStream(const std::u16string& path, bool bRead, std::int32_t* pCount, std::int32_t* pOpened,
-                    bool bUpdateCount, std::int64_t nAppendAt);
-    ~TNGRecordStream() { Close(); }
+                    bool bUpdateCount, std::int64_t nAppendAt, std::int32_t nRecordsThere);
+    ~TNGRecordStream() { Abandon(); }
     TNGRecordStream(const TNGRecordStream&) = delete;
     TNGRecordStream& operator=(const TNGRecordStream&) = delete;
 
@@ -57,7 +59,8 @@ class TNGRecordStream {
 
     void OpenForReading(const std::u16string& path, std::int32_t* pCount);
     void OpenAnew(const std::u16string& path);
-    void OpenForAppending(const std::u16string& path, std::int64_t nAppendAt);
+    void OpenForAppending(const std::u16string& path, std::int64_t nAppendAt, std::int32_t nRecordsThere);
+    void Abandon();
     bool FinishAppending();
     bool FinishAnew();
     bool Replace(const char* pContent, std::size_t nBytes);
@@ -78,8 +81,8 @@ template <typename Record>
 class CTNGRecordFile : public TNGRecordStream {
   public:
     CTNGRecordFile(const std::u16string& path, bool bRead, std::int32_t* pCount, std::int32_t* pOpened,
-                   bool bUpdateCount, std::int64_t nAppendAt = -1)
-        : TNGRecordStream(path, bRead, pCount, pOpened, bUpdateCount, nAppendAt) {}
+                   bool bUpdateCount, std::int64_t nAppendAt = -1, std::int32_t nRecordsThere = -1)
+        : TNGRecordStream(path, bRead, pCount, pOpened, bUpdateCount, nAppendAt, nRecordsThere) {}
 
     void ReadRecord(Record* pRecord) {
         eStatus = m_pFile && pRecord->Load(m_pFile) ? FILE_READ_OK : FILE_ACCESS_ERROR;

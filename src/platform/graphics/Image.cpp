@@ -18,13 +18,27 @@ void GdiplusBase::operator delete(void* pObject) {
     GdipFree(pObject);
 }
 
+namespace {
+
+// Takes over a native picture; null, and the picture is gone, if there is no memory for the object.
+Bitmap* Adopt(GpImage* pNativeImage) {
+    try {
+        return new Bitmap(pNativeImage);
+    } catch (const std::bad_alloc&) {
+        GdipDisposeImage(pNativeImage);
+        return nullptr;
+    }
+}
+
+}  // namespace
+
 Image::~Image() {
     GdipDisposeImage(m_pNativeImage);
 }
 
 Image* Image::Clone() const {
     GpImage* pCopy = nullptr;
-    return SetStatus(GdipCloneImage(m_pNativeImage, &pCopy)) == Ok ? new Bitmap(pCopy) : nullptr;
+    return SetStatus(GdipCloneImage(m_pNativeImage, &pCopy)) == Ok ? Adopt(pCopy) : nullptr;
 }
 
 Status Image::GetLastStatus() const {
@@ -78,7 +92,7 @@ Bitmap* Bitmap::Clone() const {
 Bitmap* Bitmap::Clone(int x, int y, int nWidth, int nHeight, PixelFormat format) const {
     GpImage* pCopy = nullptr;
     const Status status = GdipCloneBitmapAreaI(x, y, nWidth, nHeight, format, m_pNativeImage, &pCopy);
-    return SetStatus(status) == Ok ? new Bitmap(pCopy) : nullptr;
+    return SetStatus(status) == Ok ? Adopt(pCopy) : nullptr;
 }
 
 Status Bitmap::SetResolution(float horizontal, float vertical) {
