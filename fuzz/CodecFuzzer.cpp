@@ -17,8 +17,8 @@ namespace {
 constexpr const Codec& kCodec = FUZZED_CODEC;
 
 // Larger ones take time without finding more.
-constexpr std::uint64_t kMostPixelsReduced = 1u << 21;
-constexpr std::uint64_t kMostPixelsWhole = 1u << 19;
+constexpr std::uint64_t kMostPixelsReduced = 1u << 19;
+constexpr std::uint64_t kMostPixelsWhole = 1u << 17;
 
 std::uint32_t ReadBigEndian(const std::uint8_t* p) {
     return std::uint32_t{p[0]} << 24 | std::uint32_t{p[1]} << 16 | std::uint32_t{p[2]} << 8 | p[3];

@@ -18,74 +18,65 @@ constexpr TNGSize kBox{160, 160};
 // What the calls below pass and receive.
 struct Arguments {
     TemporaryFolder folder;
-    std::u16string file = folder.Add("file.jpg");
-    std::u16string missing = TextOf(folder / "missing.jpg");
+    const std::u16string file = folder.Add("file.jpg");
+    const std::u16string folderPath = TextOf(folder.Path());
+    const std::u16string missing = TextOf(folder / "missing.jpg");
     const char16_t* pszFile = file.c_str();
-    const char16_t* pszFolder = nullptr;
+    const char16_t* pszFolder = folderPath.c_str();
     const char16_t* pszMissing = missing.c_str();
     Gdiplus::Image* pImage = nullptr;
     unsigned char* pBuffer = nullptr;
-    char16_t* pszText = nullptr;
-    long nLength = 0;
+    long nLength = 77;
     TNGSize size{0, 0};
     int eOrigin = -1;
     int nAnswer = -1;
     unsigned nNumber = 0;
     TNGThumbnailResult record{};
     TNGBackgroundContext context{&record};
-
-    std::u16string folderText = TextOf(folder.Path());
-    Arguments() { pszFolder = folderText.c_str(); }
 };
 
-// None may touch anything, and there are no log lines: refused at the door.
+// At the door: without log lines, and with the defaults in place.
 TEST(Exports, RefuseNullPointersAtTheDoor) {
-    Arguments a;
-    void* const kMarker = &a;
-    auto* const pImageBefore = static_cast<Gdiplus::Image*>(kMarker);
-    auto* const pBytesBefore = static_cast<unsigned char*>(kMarker);
     LogCapture log;
-    for (int missing = 0; missing < 6; ++missing) {
+    enum { Path, Result, Size, Origin, Default, Count };
+    for (int missing = 0; missing < Count; ++missing) {
         SCOPED_TRACE(testing::Message() << "null: " << missing);
         const auto give = [missing](int i, auto* p) { return missing == i ? nullptr : p; };
+        const auto expect = [&](bool bCleared, const Arguments& a) {
+            EXPECT_EQ(bCleared, missing != Result);
+            EXPECT_EQ(a.nAnswer, missing == Default ? -1 : 1);
+            EXPECT_EQ(a.eOrigin, -1);
+        };
         Arguments image, compressed, argb;
-        image.pImage = pImageBefore;
-        EXPECT_EQ(QXGenerateThumbnailImageInForeGround(give(0, a.pszFile), kBox, 0, give(1, &image.pImage),
-                                                       give(2, &image.eOrigin),
-                                                       missing > 2 ? nullptr : &image.nAnswer),
-                  QXTNG_ERROR_INVALID_ARGUMENT);
-        EXPECT_EQ(image.pImage, missing == 1 ? pImageBefore : nullptr);
-        EXPECT_EQ(image.nAnswer, missing > 2 ? -1 : 1);
-
-        compressed.pBuffer = pBytesBefore;
-        compressed.nLength = 77;
-        EXPECT_EQ(QXGenerateThumbnailCompressedBufferInForeGround(
-                      give(0, a.pszFile), kBox, 0, give(1, &compressed.pBuffer), give(2, &compressed.nLength),
-                      give(3, &compressed.eOrigin), missing > 3 ? nullptr : &compressed.nAnswer),
-                  QXTNG_ERROR_INVALID_ARGUMENT);
-        EXPECT_EQ(compressed.pBuffer, missing == 1 ? pBytesBefore : nullptr);
-        EXPECT_EQ(compressed.nLength, missing == 2 ? 77 : 0);
-        EXPECT_EQ(compressed.nAnswer, missing > 3 ? -1 : 1);
-
-        argb.pBuffer = pBytesBefore;
+        int marker = 0;
+        image.pImage = reinterpret_cast<Gdiplus::Image*>(&marker);
+        compressed.pBuffer = argb.pBuffer = reinterpret_cast<unsigned char*>(&marker);
         argb.size = {7, 8};
-        EXPECT_EQ(QXGenerateThumbnailARBGInForeGround(give(0, a.pszFile), kBox, 0, give(1, &argb.pBuffer),
-                                                      give(2, &argb.size), give(3, &argb.eOrigin),
-                                                      missing > 3 ? nullptr : &argb.nAnswer),
+        if (missing != Size) {
+            EXPECT_EQ(QXGenerateThumbnailImageInForeGround(
+                          give(Path, image.pszFile), kBox, 0, give(Result, &image.pImage),
+                          give(Origin, &image.eOrigin), give(Default, &image.nAnswer)),
+                      QXTNG_ERROR_INVALID_ARGUMENT);
+            expect(!image.pImage, image);
+        }
+        EXPECT_EQ(QXGenerateThumbnailCompressedBufferInForeGround(
+                      give(Path, argb.pszFile), kBox, 0, give(Result, &compressed.pBuffer),
+                      give(Size, &compressed.nLength), give(Origin, &compressed.eOrigin),
+                      give(Default, &compressed.nAnswer)),
                   QXTNG_ERROR_INVALID_ARGUMENT);
-        EXPECT_EQ(argb.pBuffer, missing == 1 ? pBytesBefore : nullptr);
-        EXPECT_EQ(argb.size.nHeight, missing == 2 ? 8u : 0u);
-        EXPECT_EQ(argb.nAnswer, missing > 3 ? -1 : 1);
-        for (const Arguments* p : {&image, &compressed, &argb})
-            EXPECT_EQ(p->eOrigin, -1);
+        expect(!compressed.pBuffer, compressed);
+        EXPECT_EQ(compressed.nLength, missing == Size ? 77 : 0);
+        EXPECT_EQ(QXGenerateThumbnailARBGInForeGround(
+                      give(Path, argb.pszFile), kBox, 0, give(Result, &argb.pBuffer), give(Size, &argb.size),
+                      give(Origin, &argb.eOrigin), give(Default, &argb.nAnswer)),
+                  QXTNG_ERROR_INVALID_ARGUMENT);
+        expect(!argb.pBuffer, argb);
+        EXPECT_EQ(argb.size.nHeight, missing == Size ? 8u : 0u);
+        if (missing > Size) continue;
+        EXPECT_EQ(QXGenerateThumbnailInBackGround(give(Path, argb.pszFile), kBox, 0, 0, nullptr,
+                                                  give(Result, &argb.context), give(Size, &argb.nNumber)),
+                  QXTNG_ERROR_INVALID_ARGUMENT);
     }
-    const auto callback = [](TNGBackgroundContext*) {};
-    EXPECT_EQ(QXGenerateThumbnailInBackGround(nullptr, kBox, 0, 0, callback, &a.context, &a.nNumber),
-              QXTNG_ERROR_INVALID_ARGUMENT);
-    EXPECT_EQ(QXGenerateThumbnailInBackGround(a.pszFile, kBox, 0, 0, callback, nullptr, &a.nNumber),
-              QXTNG_ERROR_INVALID_ARGUMENT);
-    EXPECT_EQ(QXGenerateThumbnailInBackGround(a.pszFile, kBox, 0, 0, callback, &a.context, nullptr),
-              QXTNG_ERROR_INVALID_ARGUMENT);
     EXPECT_EQ(GetCacheEnabled(nullptr), QXTNG_ERROR_INVALID_ARGUMENT);
     EXPECT_EQ(GetCacheFolder(nullptr), QXTNG_ERROR_INVALID_ARGUMENT);
     EXPECT_EQ(SetCacheFolder(nullptr), QXTNG_ERROR_INVALID_ARGUMENT);

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "common/TNGTypes.h"
 #include "cutil/AssetType.h"
@@ -15,32 +16,21 @@ using TestSupport::TextOf;
 
 TEST(AssetType, GoesByTheExtension) {
     const struct {
-        const char16_t* pszPath;
         std::uint32_t eType;
+        std::vector<const char16_t*> paths;
     } cases[] = {
-        {u"/a/b.jpg", ASSET_TYPE_IMAGE},
-        {u"b.JpEg", ASSET_TYPE_IMAGE},
-        {u"/a/b.PNG", ASSET_TYPE_IMAGE},
-        {u"/a/b.tar.tiff", ASSET_TYPE_IMAGE},
-        {u"/a/b.mp3.webp", ASSET_TYPE_IMAGE},
-        {u"/a.mp3/b.bmp", ASSET_TYPE_IMAGE},
-        {u"/a/b.wav", ASSET_TYPE_AUDIO},
-        {u"/a/b.FLAC", ASSET_TYPE_AUDIO},
-        {u"/a/b.mp4", ASSET_TYPE_VIDEO},
-        {u"/a/b.3gp", ASSET_TYPE_VIDEO},
-        {u"/a/b.txt", ASSET_TYPE_UNKNOWN},
-        {u"/a/b", ASSET_TYPE_UNKNOWN},
-        {u"/a.jpg/b", ASSET_TYPE_UNKNOWN},
-        {u"/a/b.", ASSET_TYPE_UNKNOWN},
-        {u"/a/b.jpg.", ASSET_TYPE_UNKNOWN},
-        {u"/a/b.jp", ASSET_TYPE_UNKNOWN},
-        {u"/a/b.jpgx", ASSET_TYPE_UNKNOWN},
-        {u"/a/b.jpg/", ASSET_TYPE_UNKNOWN},
-        {u"", ASSET_TYPE_UNKNOWN},
-        {u"/a/b.g\u0131f", ASSET_TYPE_UNKNOWN},
+        {ASSET_TYPE_IMAGE,
+         {u"/a/b.jpg", u"b.JpEg", u"/a/b.PNG", u"/a/b.tar.tiff", u"/a/b.mp3.webp", u"/a.mp3/b.bmp"}},
+        {ASSET_TYPE_AUDIO, {u"/a/b.wav", u"/a/b.FLAC"}},
+        {ASSET_TYPE_VIDEO, {u"/a/b.mp4", u"/a/b.3gp"}},
+        {ASSET_TYPE_UNKNOWN,
+         {u"/a/b.txt", u"/a/b", u"/a.jpg/b", u"/a/b.", u"/a/b.jpg.", u"/a/b.jp", u"/a/b.jpgx", u"/a/b.jpg/",
+          u"", u"/a/b.g\u0131f"}},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(GetAssetType(c.pszPath), c.eType) << std::filesystem::path(c.pszPath);
+    for (const auto& c : cases) {
+        for (const char16_t* pszPath : c.paths)
+            EXPECT_EQ(GetAssetType(pszPath), c.eType) << std::filesystem::path(pszPath);
+    }
 }
 
 // The path that a call gives, and the result before it.

@@ -14,14 +14,21 @@
 
 namespace TestSupport {
 
-/// Decodes a picture file through the image library, to a size or (0, 0) whole. Nothing if it fails.
-inline Raster DecodeFile(const Bytes& file, std::uint32_t nWidth = 0, std::uint32_t nHeight = 0) {
+/// Decodes a picture through the image library: whole, from memory. Nothing if it fails.
+inline Raster Decode(const Bytes& file) {
+    Gdiplus::Image* pImage = nullptr;
+    const std::int32_t result =
+        QXLoadImageFromMemory(file.data(), static_cast<std::int32_t>(file.size()), &pImage);
+    const std::unique_ptr<Gdiplus::Image> owner(pImage);
+    return result == 0 ? RasterOf(pImage) : Raster();
+}
+
+/// The same to a size, from a file.
+inline Raster Decode(const Bytes& file, std::uint32_t nWidth, std::uint32_t nHeight) {
     static const TemporaryFolder folder;
     const std::u16string path = folder.Add("picture", file);
     Gdiplus::Image* pImage = nullptr;
-    const std::int32_t result = nWidth == 0
-                                    ? QXLoadFileInImage(path.c_str(), &pImage)
-                                    : QXResizeAndLoadFileInImage(path.c_str(), &nWidth, &nHeight, &pImage);
+    const std::int32_t result = QXResizeAndLoadFileInImage(path.c_str(), &nWidth, &nHeight, &pImage);
     const std::unique_ptr<Gdiplus::Image> owner(pImage);
     return result == 0 ? RasterOf(pImage) : Raster();
 }

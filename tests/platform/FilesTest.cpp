@@ -55,17 +55,16 @@ TEST(Files, TellWhatAPathNames) {
         {"plain.jpg/below", 0},
         {longName + "n", 0},
     };
+    WIN32_FIND_DATAW entry;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const std::u16string path = TextOf(folder / c.name);
-        WIN32_FIND_DATAW entry;
         EXPECT_EQ(Find(path, entry), c.attributes != 0);
         EXPECT_EQ(PathFileExistsW(path.c_str()), c.attributes != 0);
         if (c.attributes == 0) continue;
         EXPECT_EQ(entry.dwFileAttributes, c.attributes);
         EXPECT_EQ(std::u16string(entry.cFileName), TextOf(c.name));
     }
-    WIN32_FIND_DATAW entry;
     EXPECT_TRUE(Find(TextOf(folder / "inner//"), entry));
     EXPECT_EQ(std::u16string(entry.cFileName), u"inner");
     EXPECT_FALSE(Find(u"", entry));

@@ -17,6 +17,8 @@ TEST(Modules, AreFoundBesideTheCallerAndNeverInTheCurrentFolder) {
     const TestSupport::TemporaryFolder folder;
     fs::copy(kOwnFolder / "libTestModule.so", folder / "libTestModule.so");
     fs::copy(kOwnFolder / "libTestModule.so", folder / "libDecoy.so");
+    fs::create_directory(folder / "libsub");
+    fs::copy(kOwnFolder / "libTestModule.so", folder / "libsub/Decoy.so");
     const TestSupport::CurrentFolder current(folder.Path());
 
     const HMODULE hModule = LoadLibraryW(u"TestModule.dll");
@@ -28,7 +30,7 @@ TEST(Modules, AreFoundBesideTheCallerAndNeverInTheCurrentFolder) {
     EXPECT_EQ(GetProcAddress(hModule, "GetQuestion"), nullptr);
     EXPECT_TRUE(FreeLibrary(hModule));
 
-    for (const char16_t* pszName : {u"Decoy.dll", u"./Decoy.dll", u"Decoy", u"Missing.dll", u"", u".dll"})
+    for (const char16_t* pszName : {u"Decoy.dll", u"sub/Decoy.dll", u"Decoy", u"Missing.dll", u"", u".dll"})
         EXPECT_EQ(LoadLibraryW(pszName), nullptr) << fs::path(pszName);
 }
 
@@ -40,7 +42,8 @@ TEST(Modules, AreFoundByTheOrdinarySearch) {
 }
 
 TEST(Modules, KnowTheFolderOfAPieceOfCode) {
-    EXPECT_EQ(GetModuleFolder(&kOwnFolder), TestSupport::TextOf(kOwnFolder));
+    EXPECT_EQ(GetModuleFolder(reinterpret_cast<const void*>(&TestSupport::TextOf)),
+              TestSupport::TextOf(kOwnFolder));
     EXPECT_EQ(GetModuleFolder(nullptr), u"");
 }
 

@@ -173,7 +173,7 @@ TEST(NamedSemaphore, ExistsAsLongAsAnObjectIsOpen) {
 TEST(NamedSemaphore, LeavesNoFileWhenAllCloseAtOnce) {
     constexpr int kObjects = 2;
     const LockName name;
-    for (int round = 0; round < 1000; ++round) {
+    for (int round = 0; round < 500; ++round) {
         std::atomic<int> nReady{0};
         std::vector<std::thread> threads;
         for (int i = 0; i < kObjects; ++i) {

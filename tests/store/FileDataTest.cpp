@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "store/StoreFixture.h"
-#include "support/LogCapture.h"
 
 namespace {
 
@@ -103,38 +102,6 @@ TEST(FileData, ReadsVersion1AndWhatIsCutOff) {
         EXPECT_EQ(cut.m_nOriginalHeight, size < 84 ? 0u : 2000u) << size;
         EXPECT_EQ(cut.m_bDeleted, size < 69 ? 1 : 0) << size;
     }
-}
-
-TEST(FileData, RefusesWhatCannotBeARecord) {
-    const Cache cache;
-    const Bytes rest(kExample.begin() + 8, kExample.end());
-    const struct {
-        const char* pszWhat;
-        std::uint32_t version, length;
-        bool bThrows;
-    } cases[] = {
-        {"version 0", 0, 8, false},
-        {"version 3", 3, 8, false},
-        {"a length of -1", 2, ~0u, false},
-        {"a length of -2^31", 1, 0x80000000u, false},
-        {"a huge length", 2, 0x7FFFFFFF, true},
-        {"a length above every path", 2, (1u << 20) + 1, true},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.pszWhat);
-        const Bytes bytes = FileBytes().Number(c.version).Number(c.length).Append(rest);
-        CTNGFileData record;
-        if (c.bThrows) {
-            EXPECT_THROW(LoadFrom(cache, bytes, record), std::bad_alloc);
-        } else {
-            EXPECT_EQ(LoadFrom(cache, bytes, record), 0);
-        }
-    }
-    TestSupport::LogCapture log(1u << 6);
-    CTNGFileData record;
-    LoadFrom(cache, FileBytes().Number(3), record);
-    EXPECT_EQ(log.Take(), (std::vector<std::string>{"6 ERROR IN INDEX FILE READING, CTNGFileData::Load",
-                                                    "6 Invalid FileData version found!"}));
 }
 
 TEST(ThumbnailLocation, FollowsTheRequest) {

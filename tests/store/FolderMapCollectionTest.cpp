@@ -124,131 +124,17 @@ TEST(FolderMapCollection, LoadsInThreeModes) {
     }
 }
 
-TEST(FolderMapCollection, ADamagedFolderCostsThatFolderAlone) {
-    struct Case {
-        const char* pszWhat;
-        std::function<Bytes(const Bytes&, const Bytes&)> makeIndex;
-        bool bFull;
-        std::uint32_t result;
-        std::set<std::u16string> folders;
-        Names gone;
-    };
-    const std::set<std::u16string> both = {u"/a", u"/b"};
-    const auto asIs = [](const Bytes& a, const Bytes& b) { return Index(2, {a, b}); };
-    const auto spoilList = [&](const Bytes& a, const Bytes& b) {
-        std::ofstream(Platform::PathToBytes(s_strCacheFolder.Get()) + "/2.dat") << "\5";
-        return Index(2, {a, b});
-    };
-    const Case cases[] = {
-        {"whole", asIs, true, QXTNG_SUCCESS, both, {}},
-        {"a damaged list", spoilList, true, QXTNG_SUCCESS, both, {}},
-        {"a list of a wrong version",
-         [](const Bytes& a, const Bytes& b) {
-             std::ofstream(Platform::PathToBytes(s_strCacheFolder.Get()) + "/2.dat") << "\1\1\1\1\1\1\1\1";
-             return Index(2, {b, a});
-         },
-         true,
-         QXTNG_SUCCESS,
-         {u"/a"},
-         {"2.dat", "2.db"}},
-        {"more folders than records",
-         [](const Bytes& a, const Bytes& b) {
-             return Index(9, {a, b});
-         },
-         true,
-         QXTNG_SUCCESS,
-         both,
-         {}},
-        {"fewer",
-         [](const Bytes& a, const Bytes& b) {
-             return Index(1, {a, b});
-         },
-         true,
-         QXTNG_SUCCESS,
-         {u"/a"},
-         {}},
-        {"listed twice: the first wins",
-         [](const Bytes& a, const Bytes& b) {
-             return Index(3, {a, b, Head(u"/a", 2)});
-         },
-         true,
-         QXTNG_SUCCESS,
-         both,
-         {}},
-        {"a wrong version in front: the reader is out of step",
-         [](const Bytes& a, const Bytes& b) {
-             Bytes wrong = a;
-             wrong[0] = 2;
-             return Index(60, {wrong, b});
-         },
-         true,
-         QXTNG_ERROR_FILE_READ,
-         {},
-         {}},
-        {"a name that is too long",
-         [](const Bytes& a, const Bytes& b) {
-             return Index(3, {FileBytes().Number(1).Number(0x7FFFFFFF), a, b});
-         },
-         true,
-         QXTNG_SUCCESS,
-         both,
-         {}},
-        {"a negative length",
-         [](const Bytes& a, const Bytes&) {
-             return Index(2, {FileBytes().Number(1).Number(~0u), a});
-         },
-         true,
-         QXTNG_SUCCESS,
-         {u"/a"},
-         {}},
-        {"cut inside the last",
-         [](const Bytes& a, const Bytes& b) {
-             Bytes index = Index(2, {a, b});
-             index.resize(index.size() - 20);
-             return index;
-         },
-         false,
-         QXTNG_SUCCESS,
-         both,
-         {}},
-        {"a count of none",
-         [](const Bytes& a, const Bytes& b) {
-             return Index(0, {a, b});
-         },
-         true,
-         QXTNG_ERROR_FILE_READ,
-         {},
-         {}},
-        {"a huge count of nothing",
-         [](const Bytes&, const Bytes&) { return Index(0x7FFFFFFF, {}); },
-         true,
-         QXTNG_ERROR_FILE_READ,
-         {},
-         {}},
-        {"half a count",
-         [](const Bytes&, const Bytes&) {
-             return Bytes{1, 0};
-         },
-         true,
-         QXTNG_ERROR_FILE_READ,
-         {},
-         {}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.pszWhat);
-        const Cache cache;
-        SaveTwoFolders(cache);
-        Names expected = cache.Names();
-        cache.Write("DirectoryMap.dat", c.makeIndex(Head(u"/a", 1), Head(u"/b", 2)));
-        CTNGFolderMapCollection maps;
-        EXPECT_EQ(maps.Load(kIndexName, nullptr, false, !c.bFull, nullptr), c.result);
-        EXPECT_EQ(Folders(maps, {u"/a", u"/b"}), c.folders);
-        for (const std::string& name : c.gone)
-            expected.erase(name);
-        EXPECT_EQ(cache.Names(), expected);
-        const CTNGFolderMap* pA = maps.FindItem(u"/a");
-        EXPECT_TRUE(!c.bFull || !pA || pA->FileDataList->GetCount() == 2);
-    }
+TEST(FolderMapCollection, EndsWithTheFileAndTakesTheFirstOfTwins) {
+    const Cache cache;
+    SaveTwoFolders(cache);
+    CTNGFolderMapCollection maps;
+    cache.Write("DirectoryMap.dat", Index(0x7FFFFFFF, {}));
+    EXPECT_EQ(maps.Load(kIndexName, nullptr, false, false, nullptr), QXTNG_ERROR_FILE_READ);
+    cache.Write("DirectoryMap.dat", Index(0x7FFFFFFF, {Head(u"/a", 1), Head(u"/a", 2), Head(u"/b", 2)}));
+    EXPECT_EQ(maps.Load(kIndexName, nullptr, false, false, nullptr), QXTNG_SUCCESS);
+    EXPECT_EQ(maps.FindItem(u"/a")->m_nFileNumber, 1);
+    EXPECT_EQ(maps.FindItem(u"/a")->FileDataList->GetCount(), 2);
+    EXPECT_EQ(maps.FindItem(u"/b")->FileDataList->GetCount(), 3);
 }
 
 TEST(FolderMapCollection, GivesUpAListThatItIsAskedFor) {

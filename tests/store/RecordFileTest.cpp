@@ -35,12 +35,15 @@ TEST(RecordFile, TellsHowFarItCame) {
     };
     for (const auto& c : cases) {
         std::int32_t count = 7, opened = 9;
-        const RecordFile file(c.pszName ? cache.Text(c.pszName) : u"", c.bRead, &count, &opened, c.bUpdate);
+        RecordFile file(c.pszName ? cache.Text(c.pszName) : u"", c.bRead, &count, &opened, c.bUpdate);
         SCOPED_TRACE(std::string(c.pszName ? c.pszName : "") + (c.bRead ? " read" : " write"));
         EXPECT_EQ(opened, c.opened);
         EXPECT_EQ(count, c.count);
         EXPECT_EQ(file.Status(), c.status);
         EXPECT_EQ(file.IsEof(), c.status == FILE_COUNT_ERROR) << "only a read meets the end";
+        if (c.status == FILE_WRITE_OK) {
+            EXPECT_TRUE(file.Close());
+        }
     }
     EXPECT_EQ(cache.Read("new"), Bytes({7, 0, 0, 0}));
 }
@@ -55,6 +58,8 @@ TEST(RecordFile, WritesAnewAndAppends) {
         RecordFile file(cache.Text("list"), false, &count, &opened, false);
         file.WriteRecord(&record);
         EXPECT_EQ(file.Status(), FILE_WRITE_OK);
+        EXPECT_EQ(cache.Read("list"), Bytes(1000, 'x')) << "nothing counts before it is closed";
+        EXPECT_TRUE(file.Close());
     }
     const Bytes one = cache.Read("list");
     EXPECT_EQ(one.size(), 4u + 70u) << "nothing of the longer file is left";
@@ -62,7 +67,7 @@ TEST(RecordFile, WritesAnewAndAppends) {
     cache.Write("list", FileBytes().Append(one).Append(Bytes(50, 'x')));
     {
         count = 2;
-        RecordFile file(cache.Text("list"), false, &count, &opened, true, 74);
+        RecordFile file(cache.Text("list"), false, &count, &opened, true, 74, 1);
         file.WriteRecord(&record);
         EXPECT_EQ(file.Position(), 144);
         EXPECT_TRUE(file.Close());
