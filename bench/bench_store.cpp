@@ -17,7 +17,7 @@
 
 #include "common/TNGTypes.h"
 #include "locks/TNGMutex.h"
-#include "store/TNGFileInfo.h"
+#include "common/TNGFileInfo.h"
 #include "store/TNGFolderMap.h"
 #include "support/Bytes.h"
 #include "support/TemporaryFolder.h"

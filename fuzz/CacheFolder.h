@@ -10,7 +10,7 @@
 #include <string>
 
 #include "platform/Text.h"
-#include "store/TNGFileInfo.h"
+#include "common/TNGFileInfo.h"
 
 namespace Fuzz {
 

@@ -1,8 +1,9 @@
 #include "QxTng.h"
 #include "TNGMgr.h"
+#include "common/TNGFileInfo.h"
 #include "database/TNGDBMgr.h"
 #include "imaging/TNGImageLibrary.h"
-#include "store/TNGFileInfo.h"
+#include "locks/TNGFileLockRegistry.h"
 
 namespace {
 
@@ -11,6 +12,7 @@ namespace {
 __attribute__((destructor)) void UnloadLibrary() {
     if (s_bCacheDirty) ShutDown();
     CTNGMgr::Destroy();
+    ReleaseFileLockRegistry();
     UnloadImageLibrary();
     s_strCacheFolder.Set({});
 }

@@ -5,12 +5,12 @@
 #include <mutex>
 #include <string>
 
+#include "common/TNGFileInfo.h"
 #include "common/TNGLog.h"
 #include "common/TNGThreshold.h"
 #include "imaging/TNGImageLibrary.h"
 #include "imaging/TNGThumbnailProducer.h"
 #include "platform/Memory.h"
-#include "store/TNGFileInfo.h"
 
 namespace {
 

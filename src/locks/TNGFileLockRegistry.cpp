@@ -3,7 +3,7 @@
 #include <atomic>
 #include <utility>
 
-#include "store/TNGFileInfo.h"
+#include "common/TNGFileInfo.h"
 
 namespace {
 

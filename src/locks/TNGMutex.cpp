@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/TNGFileInfo.h"
 #include "common/TNGLog.h"
-#include "store/TNGFileInfo.h"
 
 namespace {
 

@@ -4,11 +4,11 @@
 #include <limits>
 #include <utility>
 
+#include "common/TNGFileInfo.h"
 #include "common/TNGTypes.h"
 #include "locks/TNGAutoMutexPtr.h"
 #include "locks/TNGFileLockRegistry.h"
 #include "platform/Streams.h"
-#include "store/TNGFileInfo.h"
 
 namespace {
 

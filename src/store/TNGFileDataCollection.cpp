@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "common/TNGFileInfo.h"
 #include "common/TNGTypes.h"
 #include "locks/TNGAutoMutexPtr.h"
 #include "store/TNGCacheFiles.h"
-#include "store/TNGFileInfo.h"
 #include "store/TNGListRewrite.h"
 #include "store/TNGRecordFile.h"
 

@@ -1,9 +1,9 @@
 #include "TNGFolderMap.h"
 
+#include "common/TNGFileInfo.h"
 #include "common/TNGLog.h"
 #include "platform/Text.h"
 #include "store/TNGFields.h"
-#include "store/TNGFileInfo.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 #include "TNGFolderMapCollection.h"
 
+#include "common/TNGFileInfo.h"
 #include "common/TNGLog.h"
 #include "common/TNGTypes.h"
 #include "locks/TNGAutoMutexPtr.h"
 #include "platform/Drives.h"
 #include "platform/Text.h"
 #include "store/TNGCacheFiles.h"
-#include "store/TNGFileInfo.h"
 
 std::atomic<Platform::FILETIME> s_ftDirectoryMap{Platform::FILETIME{}};
 

@@ -3,13 +3,13 @@
 #include <memory>
 #include <utility>
 
+#include "common/TNGFileInfo.h"
 #include "common/TNGThreshold.h"
 #include "common/TNGTypes.h"
 #include "locks/TNGAutoMutexPtr.h"
 #include "locks/TNGFileLockRegistry.h"
 #include "platform/FileOperations.h"
 #include "platform/Streams.h"
-#include "store/TNGFileInfo.h"
 #include "store/TNGFolderFileKeys.h"
 #include "store/TNGRecordFile.h"
 #include "store/TNGThumbnailLocation.h"

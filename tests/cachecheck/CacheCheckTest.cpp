@@ -9,9 +9,9 @@
 #include <map>
 #include <sstream>
 
+#include "common/TNGFileInfo.h"
 #include "common/TNGTypes.h"
 #include "store/TNGDataFile.h"
-#include "store/TNGFileInfo.h"
 #include "store/TNGFolderMapCollection.h"
 #include "store/TNGThumbnailLocation.h"
 #include "support/TemporaryFolder.h"

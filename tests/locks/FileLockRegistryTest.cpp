@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
+#include "common/TNGFileInfo.h"
 #include "locks/TNGAutoMutexPtr.h"
-#include "store/TNGFileInfo.h"
 
 namespace {
 

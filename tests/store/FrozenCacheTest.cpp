@@ -4,10 +4,10 @@
 #include <set>
 
 #include "CacheCheck.h"
+#include "common/TNGFileInfo.h"
 #include "common/TNGTypes.h"
 #include "platform/Text.h"
 #include "store/TNGDataFile.h"
-#include "store/TNGFileInfo.h"
 #include "store/TNGFolderMapCollection.h"
 #include "store/TNGThumbnailLocation.h"
 #include "support/TemporaryFolder.h"

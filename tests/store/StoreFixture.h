@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "common/TNGFileInfo.h"
 #include "locks/TNGFileLockRegistry.h"
 #include "platform/Streams.h"
 #include "store/TNGDataFile.h"
 #include "store/TNGFileData.h"
-#include "store/TNGFileInfo.h"
 #include "store/TNGFolderMapCollection.h"
 #include "store/TNGThumbnailLocation.h"
 #include "support/TemporaryFolder.h"

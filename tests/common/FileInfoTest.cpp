@@ -1,4 +1,4 @@
-#include "store/TNGFileInfo.h"
+#include "common/TNGFileInfo.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
