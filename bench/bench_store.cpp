@@ -15,9 +15,9 @@
 #include <thread>
 #include <vector>
 
+#include "common/TNGFileInfo.h"
 #include "common/TNGTypes.h"
 #include "locks/TNGMutex.h"
-#include "common/TNGFileInfo.h"
 #include "store/TNGFolderMap.h"
 #include "support/Bytes.h"
 #include "support/TemporaryFolder.h"
@@ -178,6 +178,7 @@ class Waiter {
     explicit Waiter(const std::u16string& name) {
         Bench::Require(pipe2(m_orders, O_CLOEXEC) == 0 && pipe2(m_answers, O_CLOEXEC) == 0, "no pipes");
         m_process = fork();
+        Bench::Require(m_process >= 0, "no process");
         if (m_process == 0) Serve(name);
     }
     ~Waiter() {

@@ -20,6 +20,7 @@ OtherProcess::OtherProcess(const std::string& program, std::vector<std::string> 
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0)
         throw std::system_error(errno, std::generic_category(), "socketpair");
     m_process = fork();
+    if (m_process < 0) throw std::system_error(errno, std::generic_category(), "fork");
     if (m_process == 0) {
         dup2(sockets[1], STDIN_FILENO);
         dup2(sockets[1], STDOUT_FILENO);

@@ -4,8 +4,10 @@
 #include <sys/ptrace.h>
 #include <sys/wait.h>
 
+#include <cerrno>
 #include <chrono>
 #include <random>
+#include <system_error>
 #include <thread>
 
 #include "common/TNGTypes.h"
@@ -104,6 +106,7 @@ TEST(Crash, AtAnyMomentLeavesAWholeCache) {
 // A writer that does one thing, and is killed as it enters its nth system call. False if it ended before.
 bool KillAtSystemCall(int n, const fs::path& folder, const char* pszWhat) {
     const pid_t writer = fork();
+    if (writer < 0) throw std::system_error(errno, std::generic_category(), "fork");
     if (writer == 0) {
         ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
         execl(QXTNG_CACHE_WRITER, "cache_writer", "once", folder.c_str(), pszWhat, nullptr);

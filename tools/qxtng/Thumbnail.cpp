@@ -18,9 +18,9 @@ void CheckResult(std::uint32_t result) {
         case QXTNG_ERROR_CACHE_LOCKED:
             throw Failure("the cache is in use by another program; try again");
         case QXTNG_ERROR_PRODUCTION_FAILED:
-            throw Failure("no thumbnail could be made; the image library may be missing, see --log error");
+            throw Failure("the image library is missing, or failed; see --log info");
         default:
-            throw Failure("no thumbnail could be made (error " + std::to_string(result) + ")");
+            throw Failure("the thumbnail library answered with error " + std::to_string(result));
     }
 }
 
