@@ -9,8 +9,8 @@
 #include <fstream>
 #include <string>
 
-#include "platform/Text.h"
 #include "common/TNGFileInfo.h"
+#include "platform/Text.h"
 
 namespace Fuzz {
 
