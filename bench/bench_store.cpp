@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstring>
@@ -153,22 +154,48 @@ void ReadHold(benchmark::State& state) {
     }
 }
 
+// Collects the times of a benchmark whose mean says little while the machine does other things, too.
+class Times {
+  public:
+    explicit Times(benchmark::State& state) : m_state(state) {}
+    ~Times() {
+        std::ranges::sort(m_seconds);
+        m_state.counters["median_us"] = m_seconds[m_seconds.size() / 2] * 1e6;
+    }
+    Times(const Times&) = delete;
+    Times& operator=(const Times&) = delete;
+
+    void Add(Clock::duration time) {
+        m_seconds.push_back(std::max(Seconds(time), 0.0));
+        m_state.SetIterationTime(m_seconds.back());
+    }
+
+  private:
+    benchmark::State& m_state;
+    std::vector<double> m_seconds;
+};
+
 // From the release in this thread to the hold in another.
 void WakeUpThread(benchmark::State& state) {
     CTNGMutex mutex;
+    Times times(state);
     for (auto _ : state) {
         mutex.Lock(TNG_LOCK_WRITE, TNG_WAIT_FOREVER);
+        std::atomic<bool> bThere{false};
         Clock::time_point got;
         std::thread waiter([&] {
+            bThere = true;
             mutex.Lock(TNG_LOCK_WRITE, TNG_WAIT_FOREVER);
             got = Clock::now();
             mutex.Unlock(false);
         });
+        while (!bThere)
+            std::this_thread::yield();
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
         const auto released = Clock::now();
         mutex.Unlock(false);
         waiter.join();
-        state.SetIterationTime(std::max(Seconds(got - released), 0.0));
+        times.Add(got - released);
     }
 }
 
@@ -219,13 +246,14 @@ void WakeUpProcess(benchmark::State& state) {
     const std::u16string name = u"bench-" + std::u16string(digits.begin(), digits.end());
     const Waiter waiter(name);
     CTNGMutex mutex(name);
+    Times times(state);
     for (auto _ : state) {
         mutex.Lock(TNG_LOCK_WRITE, TNG_WAIT_FOREVER);
         waiter.Tell();
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
         const auto released = Clock::now();
         mutex.Unlock(false);
-        state.SetIterationTime(std::max(Seconds(waiter.Got() - released), 0.0));
+        times.Add(waiter.Got() - released);
     }
 }
 

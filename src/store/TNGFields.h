@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "platform/Streams.h"
@@ -13,6 +14,25 @@ static_assert(std::endian::native == std::endian::little,
 
 /// Texts above this many units are not taken into memory; no path is that long.
 inline constexpr std::int32_t TNG_MAX_TEXT_UNITS = 1 << 20;
+
+/// Fields that stand one behind the other: read from the file in one go, and taken in order. A field that the
+/// file ends in or before keeps its value.
+template <std::size_t N>
+class TNGFieldBlock {
+  public:
+    explicit TNGFieldBlock(std::FILE* pFile) : m_nBytes(Platform::_fread_nolock(m_bytes, 1, N, pFile)) {}
+
+    template <typename T>
+    void Take(T& field) {
+        if (m_nTaken + sizeof field <= m_nBytes) std::memcpy(&field, m_bytes + m_nTaken, sizeof field);
+        m_nTaken += sizeof field;
+    }
+
+  private:
+    std::uint8_t m_bytes[N];
+    std::size_t m_nBytes;
+    std::size_t m_nTaken = 0;
+};
 
 /// Reads one field. False, and the field keeps its value, if the file ends before its end.
 template <typename T>

@@ -11,6 +11,8 @@
 
 namespace {
 
+constexpr std::int64_t kLeastRecordBytes = 60;  // version 1, with empty texts
+
 std::u16string CachePath(const std::u16string& name) {
     std::u16string path;
     CTNGFileInfo::BuildFilePath(path, s_strCacheFolder.Get(), name);
@@ -46,15 +48,29 @@ TNGFileLock CTNGFileDataCollection::GetListLock() const {
 
 void CTNGFileDataCollection::AddItem(std::unique_ptr<CTNGFileData> pRecord) {
     m_pItems->push_back(pRecord.get());
-    m_firstByPath.insert(pRecord.release());
+    const TNGGuardLock lock(m_guard);
+    if (m_bIndexed) m_firstByPath.insert(pRecord.get());
+    pRecord.release();
 }
 
 void CTNGFileDataCollection::ClearItems() {
+    const TNGGuardLock lock(m_guard);
     m_firstByPath.clear();
+    m_bIndexed = false;
     DestroyItems();
 }
 
+// Most lists are loaded to be read by way of the path index, and never searched themselves.
+void CTNGFileDataCollection::MakeIndex() const {
+    if (m_bIndexed) return;
+    m_firstByPath.reserve(m_pItems->size());
+    m_firstByPath.insert(m_pItems->begin(), m_pItems->end());
+    m_bIndexed = true;
+}
+
 int CTNGFileDataCollection::FindRecord(std::u16string_view path, CTNGFileData** ppRecord) const {
+    const TNGGuardLock lock(m_guard);
+    MakeIndex();
     const auto found = m_firstByPath.find(path);
     if (found == m_firstByPath.end()) return 0;
     *ppRecord = *found;
@@ -62,6 +78,8 @@ int CTNGFileDataCollection::FindRecord(std::u16string_view path, CTNGFileData** 
 }
 
 int CTNGFileDataCollection::RemoveRecord(std::u16string_view path) {
+    const TNGGuardLock lock(m_guard);
+    MakeIndex();
     const auto found = m_firstByPath.find(path);
     if (found == m_firstByPath.end()) return 0;
     const std::unique_ptr<CTNGFileData> pRecord(*found);
@@ -100,6 +118,9 @@ std::uint32_t CTNGFileDataCollection::LoadRecords(TNGPathIndex* pPathIndex) {
     CTNGRecordFile<CTNGFileData> file(CachePath(m_strListFileName), true, &count, &bOpened, false);
     if (!bOpened) return QXTNG_ERROR_FILE_READ;
     m_nLastSaved = -1;
+    if (count > 0)
+        m_pItems->reserve(
+            static_cast<std::size_t>(std::min<std::int64_t>(count, file.BytesLeft() / kLeastRecordBytes)));
     for (; file.CanReadOn() && count > 0; --count) {
         auto pRecord = std::make_unique<CTNGFileData>();
         file.ReadRecord(pRecord.get());

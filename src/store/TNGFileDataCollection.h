@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "common/TNGGuard.h"
 #include "locks/TNGFileLockRegistry.h"
 #include "store/TNGCollectionBase.h"
 #include "store/TNGFileData.h"
@@ -38,7 +39,7 @@ class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
     void ClearItems();
 
     /// The first record of this path, marked as deleted or not. 1, or 0 and `*ppRecord` as it was. Takes the
-    /// same time in a list of any length.
+    /// same time in a list of any length, but for the first search.
     int FindRecord(std::u16string_view path, CTNGFileData** ppRecord) const;
 
     /// Destroys the first record of this path; the others keep their order. 1, or 0 if there is none.
@@ -75,6 +76,7 @@ class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
         }
     };
 
+    void MakeIndex() const TNG_REQUIRES(m_guard);
     std::uint32_t LoadRecords(TNGPathIndex* pPathIndex);
     void DropLoaded(TNGPathIndex* pPathIndex);
     std::uint32_t WriteNewRecords(int start);
@@ -84,5 +86,9 @@ class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
     std::u16string m_strListFileName;
     CTNGFolderMap* m_pFolderMap;  // the owner
     const TNGFolderFileKeys& m_keys;
-    std::unordered_set<CTNGFileData*, ByPath, ByPath> m_firstByPath;  // the first record of each path
+
+    mutable TNGGuard m_guard;  // of the fields below
+    mutable bool m_bIndexed TNG_GUARDED_BY(m_guard) = false;
+    // The first record of each path; made by the first search.
+    mutable std::unordered_set<CTNGFileData*, ByPath, ByPath> m_firstByPath TNG_GUARDED_BY(m_guard);
 };

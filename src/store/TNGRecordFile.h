@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <string>
 
+#include "platform/Streams.h"
+
 /// Outcome of the last step on a record file.
 enum TNGFileStatus : std::uint32_t {
     FILE_READ_OK = 0,   // opened and the count was read; the last record was read
@@ -43,6 +45,9 @@ class TNGRecordStream {
 
     /// Bytes from the start of the file; -1 if it is not open.
     std::int64_t Position() const;
+
+    /// Bytes from there to the end of the file.
+    std::int64_t BytesLeft() const { return m_pFile ? Platform::BytesLeft(m_pFile) : 0; }
 
     /// Has Close() write another count than the constructor got.
     void SetCount(std::int32_t nCount) { m_nCount = nCount; }
