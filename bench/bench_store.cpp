@@ -48,7 +48,7 @@ class List {
         Grow(nRecords);
         Append();
     }
-    ~List() { s_strCacheFolder.Set({}); }
+    ~List() { s_strCacheFolder.Clear(); }
     List(const List&) = delete;
     List& operator=(const List&) = delete;
 

@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include "QxTng.h"
 #include "TNGMgr.h"
 #include "common/TNGFileInfo.h"
@@ -7,14 +9,20 @@
 
 namespace {
 
+const pid_t s_nLoadedBy = getpid();
+
 // Runs when the process ends or unloads the library: the cache is saved if it has to be, then everything
-// goes, from the top down.
+// goes, from the top down. A child that was forked off and ends has nothing of its own to save, and none of
+// the threads and locks that it sees.
 __attribute__((destructor)) void UnloadLibrary() {
+    if (getpid() != s_nLoadedBy) return;
     if (s_bCacheDirty) ShutDown();
     CTNGMgr::Destroy();
+    CTNGDBMgr::ReleaseGlobalMutexes();
     ReleaseFileLockRegistry();
     UnloadImageLibrary();
-    s_strCacheFolder.Set({});
+    s_strCacheFolder.Clear();
+    s_strDateTimeFilePath.Clear();
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "common/TNGThreshold.h"
 #include "imaging/TNGImageLibrary.h"
 #include "imaging/TNGThumbnailProducer.h"
+#include "locks/TNGCacheEntry.h"
 #include "platform/Memory.h"
 
 namespace {
@@ -108,7 +109,8 @@ std::uint32_t CTNGMgr::GetThresholdFileSize(unsigned* pnMegabytes) {
 }
 
 std::uint32_t CTNGMgr::InitDB() {
-    return m_pDBMgr->InitDB(nullptr, true);
+    const CTNGCacheEntry entry(u"CTNGMgr::InitDB", s_szLogSource);
+    return entry.IsIn() ? m_pDBMgr->InitDB(nullptr, true) : QXTNG_ERROR_CACHE_LOCKED;
 }
 
 std::uint32_t CTNGMgr::InitDBFolder(const char16_t* pszFolder, bool bPathIsFile) {
@@ -121,6 +123,9 @@ std::uint32_t CTNGMgr::InitDBFolder(const char16_t* pszFolder, bool bPathIsFile)
         return QXTNG_ERROR_INVALID_ARGUMENT;
     }
     if (!m_pDBMgr->IsCacheEnabled()) return QXTNG_ERROR_CACHE_DISABLED;
+    const CTNGCacheEntry entry(u"CTNGMgr::InitDBFolder", s_szLogSource);
+    if (!entry.IsIn()) return QXTNG_ERROR_CACHE_LOCKED;
+    m_pDBMgr->SynchronizeIfLoaded();
     return m_pDBMgr->InitDB(pszFolder, bPathIsFile);
 }
 

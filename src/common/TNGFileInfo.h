@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "common/TNGSharedText.h"
+#include "common/TNGShared.h"
 #include "platform/Files.h"
 
 /// The folder that holds the files of the cache; empty until a client sets it.

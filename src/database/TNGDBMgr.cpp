@@ -5,8 +5,11 @@
 
 #include "cutil/Folders.h"
 #include "imaging/TNGDefaultImages.h"
+#include "store/TNGCachePaths.h"
 
 std::atomic<bool> s_bCacheDirty{true};
+std::atomic<bool> s_bCacheNeedsSync{true};
+std::atomic<std::int32_t> s_nPendingAdds{0};
 
 namespace {
 
@@ -21,10 +24,11 @@ void CopyPath(const std::u16string& path, char16_t* pszPath) {
 
 }  // namespace
 
-CTNGDBMgr::CTNGDBMgr() {
+CTNGDBMgr::CTNGDBMgr() : m_pSharedData(std::make_unique<CTNGSharedDataMgr>(s_strDirectoryMapName)) {
     for (char16_t* pszPath : {s_szAudioImagePath, s_szVideoImagePath, s_szOtherImagePath})
         GetDefaultImagePath(TNG_DEFAULT_IMAGE_NAME, pszPath);
     MakeDefaultImageTable();
+    PrepareDateTimeFile();
 }
 
 CTNGDBMgr::~CTNGDBMgr() {

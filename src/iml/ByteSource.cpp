@@ -37,7 +37,7 @@ std::size_t FileSource::ReadAt(std::uint64_t nOffset, void* pOut, std::size_t nB
 }
 
 std::size_t MemorySource::ReadAt(std::uint64_t nOffset, void* pOut, std::size_t nBytes) {
-    if (nOffset >= m_bytes.size()) return 0;
+    if (nBytes == 0 || nOffset >= m_bytes.size()) return 0;
     const std::size_t nRead = std::min(nBytes, m_bytes.size() - static_cast<std::size_t>(nOffset));
     std::memcpy(pOut, m_bytes.data() + nOffset, nRead);
     return nRead;

@@ -135,7 +135,9 @@ int CTNGMutex::Unlock(bool bForce) {
     }
     if (m_eLockType == TNG_LOCK_READ) {
         m_nReadCount = std::max(m_nReadCount - 1, 0);
-        return m_nReadCount != 0 ? 1 : ReleaseAll();
+        if (m_nReadCount == 0) return ReleaseAll();
+        m_change.NotifyAll();
+        return 1;
     }
     return m_eLockType == TNG_LOCK_WRITE ? ReleaseAll() : 1;
 }

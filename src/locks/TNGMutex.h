@@ -36,6 +36,9 @@ class CTNGMutex {
     CTNGMutex(const CTNGMutex&) = delete;
     CTNGMutex& operator=(const CTNGMutex&) = delete;
 
+    /// False if there is no semaphore: nothing can ever be held.
+    bool IsUsable() const { return m_hSemaphore != nullptr; }
+
     /// 1 if the lock is held, 0 if it could not be had. At worst this takes twice `timeout`: once for a hold
     /// of this process to end, once for one of another.
     virtual int Lock(const TNGLockType& type, std::uint32_t timeout);

@@ -84,6 +84,14 @@ int _wrename(const char16_t* pszFrom, const char16_t* pszTo) {
     return std::rename(PathToBytes(pszFrom).c_str(), PathToBytes(pszTo).c_str());
 }
 
+bool IsSameFile(const char16_t* pszFirst, const char16_t* pszSecond) {
+    struct stat first {};
+    struct stat second {};
+    return stat(PathToBytes(pszFirst).c_str(), &first) == 0 &&
+           stat(PathToBytes(pszSecond).c_str(), &second) == 0 && first.st_dev == second.st_dev &&
+           first.st_ino == second.st_ino;
+}
+
 std::uint32_t GetTempFileNameW(const char16_t* pszFolder, const char16_t* pszPrefix, std::uint32_t nUnique,
                                char16_t* pszPath) {
     constexpr int kTries = 100;

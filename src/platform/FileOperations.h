@@ -17,6 +17,9 @@ QXPLATFORM_API bool CopyFileW(const char16_t* pszFrom, const char16_t* pszTo, bo
 /// Gives a file another name, replacing what bears it in one step. 0 on success.
 QXPLATFORM_API int _wrename(const char16_t* pszFrom, const char16_t* pszTo);
 
+/// True if both paths lead to one file or folder.
+QXPLATFORM_API bool IsSameFile(const char16_t* pszFirst, const char16_t* pszSecond);
+
 /// Makes an empty file of a new name in `pszFolder` and writes its path to `pszPath`, which has room for
 /// MAX_PATH units. The name begins with `pszPrefix`; `nUnique` is 0. Returns a number above 0, or 0 on
 /// failure; `*pszPath` is then empty.

@@ -11,6 +11,10 @@ std::uint64_t AsNumber(const FILETIME& time) {
     return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
 }
 
+FILETIME FromNumber(std::uint64_t intervals) {
+    return {static_cast<std::uint32_t>(intervals), static_cast<std::uint32_t>(intervals >> 32)};
+}
+
 std::int64_t MonotonicNanoseconds() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -22,9 +26,18 @@ std::int64_t MonotonicNanoseconds() {
 FILETIME FileTimeFromTimespec(const timespec& time) {
     // In unsigned numbers: files can bear dates that no file time reaches.
     const std::uint64_t seconds = static_cast<std::uint64_t>(time.tv_sec) + kSecondsFrom1601To1970;
-    const std::uint64_t intervals =
-        seconds * kIntervalsPerSecond + static_cast<std::uint64_t>(time.tv_nsec) / 100;
-    return {static_cast<std::uint32_t>(intervals), static_cast<std::uint32_t>(intervals >> 32)};
+    return FromNumber(seconds * kIntervalsPerSecond + static_cast<std::uint64_t>(time.tv_nsec) / 100);
+}
+
+void GetSystemTimePreciseAsFileTime(FILETIME* pTime) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    *pTime = FileTimeFromTimespec(now);
+}
+
+FILETIME NextFileTime(const FILETIME& time) {
+    const std::uint64_t number = AsNumber(time);
+    return FromNumber(number == UINT64_MAX ? number : number + 1);
 }
 
 int CompareFileTime(const FILETIME* pFirst, const FILETIME* pSecond) {

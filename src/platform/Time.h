@@ -18,6 +18,12 @@ QXPLATFORM_API FILETIME FileTimeFromTimespec(const timespec& time);
 /// -1, 0 or 1: the first is earlier, equal or later.
 QXPLATFORM_API int CompareFileTime(const FILETIME* pFirst, const FILETIME* pSecond);
 
+/// The present time, as precisely as the system knows it.
+QXPLATFORM_API void GetSystemTimePreciseAsFileTime(FILETIME* pTime);
+
+/// The time 100 ns later; the latest time there is stays.
+QXPLATFORM_API FILETIME NextFileTime(const FILETIME& time);
+
 /// A clock that only goes forward, in ticks; QueryPerformanceFrequency() says how many make a second.
 /// Both answer true.
 QXPLATFORM_API bool QueryPerformanceCounter(std::int64_t* pCount);

@@ -6,25 +6,15 @@
 
 #include "common/TNGFileInfo.h"
 #include "common/TNGTypes.h"
-#include "locks/TNGAutoMutexPtr.h"
 #include "locks/TNGFileLockRegistry.h"
+#include "locks/TNGLockHold.h"
 #include "platform/Streams.h"
 
 namespace {
 
-// A hold on the lock of one data file, for a scope.
-class DataFileHold {
-  public:
-    DataFileHold(std::uint32_t key, bool bWrite)
-        : m_pLock(GetFileLockRegistry().GetFileLock(key, false)),
-          m_hold(m_pLock.get(), bWrite, TNG_LOCK_TIMEOUT_MS, true) {}
-
-    bool IsHeld() const { return m_hold.IsLocked() != 0; }
-
-  private:
-    TNGFileLock m_pLock;
-    CTNGAutoMutexPtr m_hold;
-};
+TNGLockHold HoldOf(std::uint32_t key, bool bWrite) {
+    return {GetFileLockRegistry().GetFileLock(key, false), bWrite};
+}
 
 bool HasError(std::FILE* pFile) {
     return ferror_unlocked(pFile) != 0;
@@ -49,7 +39,7 @@ bool CTNGDataFile::Close() {
 
 std::uint32_t CTNGDataFile::TouchFile(const std::u16string& path) {
     try {
-        const DataFileHold hold(CTNGFileInfo::GetHashCode(path), false);
+        const TNGLockHold hold = HoldOf(CTNGFileInfo::GetHashCode(path), false);
         if (!hold.IsHeld() || !Open(path, true, false)) return QXTNG_ERROR_FAILED;
         std::fgetc(m_pFile);
         Close();
@@ -83,7 +73,7 @@ bool CTNGDataFile::ReadAt(std::int32_t nOffset, std::int32_t nSize, void* pOut) 
 int CTNGDataFile::ReadBlock(const std::u16string& path, std::uint32_t key, std::int32_t nOffset,
                             std::int32_t nSize, std::uint8_t* pBuffer) {
     try {
-        const DataFileHold hold(key, false);
+        const TNGLockHold hold = HoldOf(key, false);
         if (!hold.IsHeld() || !Open(path, true, false)) return 1;
         const bool bRead = ReadAt(nOffset, nSize, pBuffer);
         m_eStatus = bRead ? DATA_FILE_OK : DATA_FILE_READ_ERROR;
@@ -98,7 +88,7 @@ int CTNGDataFile::ReadBlockChecked(const std::u16string& path, std::uint32_t key
                                    std::int32_t nSize, std::int32_t nTrailerOffset, TNGBlockTrailer* pTrailer,
                                    std::uint8_t* pBuffer) {
     try {
-        const DataFileHold hold(key, false);
+        const TNGLockHold hold = HoldOf(key, false);
         if (!hold.IsHeld() || !Open(path, true, false)) return 1;
         if (!ReadAt(nOffset, nSize, pBuffer)) {
             m_eStatus = DATA_FILE_READ_ERROR;
@@ -141,7 +131,7 @@ std::int32_t CTNGDataFile::AppendBlock(const std::u16string& path, std::uint32_t
                                        const TNGBlockTrailer& trailer, const TNGThumbnailBytes& extraLarge,
                                        const TNGThumbnailBytes& large, const TNGThumbnailBytes& small) {
     try {
-        const DataFileHold hold(key, true);
+        const TNGLockHold hold = HoldOf(key, true);
         if (!hold.IsHeld() || !Open(path, false, false)) return -1;
         const std::int32_t offset = WriteBlock(trailer, extraLarge, large, small);
         // The stream's buffer reaches the file when it closes.

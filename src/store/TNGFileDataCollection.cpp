@@ -4,33 +4,15 @@
 
 #include "common/TNGFileInfo.h"
 #include "common/TNGTypes.h"
-#include "locks/TNGAutoMutexPtr.h"
+#include "locks/TNGLockHold.h"
 #include "store/TNGCacheFiles.h"
+#include "store/TNGCachePaths.h"
 #include "store/TNGListRewrite.h"
 #include "store/TNGRecordFile.h"
 
 namespace {
 
 constexpr std::int64_t kLeastRecordBytes = 60;  // version 1, with empty texts
-
-std::u16string CachePath(const std::u16string& name) {
-    std::u16string path;
-    CTNGFileInfo::BuildFilePath(path, s_strCacheFolder.Get(), name);
-    return path;
-}
-
-// A write hold on the list file's lock, for a scope.
-class ListHold {
-  public:
-    explicit ListHold(TNGFileLock pLock)
-        : m_pLock(std::move(pLock)), m_hold(m_pLock.get(), true, TNG_LOCK_TIMEOUT_MS, true) {}
-
-    bool IsHeld() const { return m_hold.IsLocked() != 0; }
-
-  private:
-    TNGFileLock m_pLock;
-    CTNGAutoMutexPtr m_hold;
-};
 
 }  // namespace
 
@@ -48,9 +30,9 @@ TNGFileLock CTNGFileDataCollection::GetListLock() const {
 
 void CTNGFileDataCollection::AddItem(std::unique_ptr<CTNGFileData> pRecord) {
     m_pItems->push_back(pRecord.get());
+    CTNGFileData* const pAdded = pRecord.release();
     const TNGGuardLock lock(m_guard);
-    if (m_bIndexed) m_firstByPath.insert(pRecord.get());
-    pRecord.release();
+    if (m_bIndexed) m_firstByPath.insert(pAdded);
 }
 
 void CTNGFileDataCollection::ClearItems() {
@@ -99,7 +81,7 @@ int CTNGFileDataCollection::RemoveRecord(std::u16string_view path) {
 
 std::uint32_t CTNGFileDataCollection::LoadList(const std::u16string& name, TNGPathIndex* pPathIndex) {
     m_strListFileName = name;
-    const ListHold hold(GetListLock());
+    const TNGLockHold hold(GetListLock(), true);
     if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
     ClearItems();
     std::uint32_t result = QXTNG_ERROR_FAILED;
@@ -147,10 +129,11 @@ void CTNGFileDataCollection::DropLoaded(TNGPathIndex* pPathIndex) {
 }
 
 std::uint32_t CTNGFileDataCollection::AppendNewRecords() {
-    const int start = m_nLastSaved + 1;
-    if (start < 0 || start >= GetCount()) return QXTNG_ERROR_FILE_WRITE;
-    const ListHold hold(GetListLock());
+    if (m_nLastSaved + 1 >= GetCount()) return QXTNG_ERROR_FILE_WRITE;
+    const TNGLockHold hold(GetListLock(), true);
     if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
+    const int start = m_nLastSaved + 1;
+    if (start >= GetCount()) return QXTNG_ERROR_FILE_WRITE;  // saved meanwhile
     try {
         return WriteNewRecords(start);
     } catch (...) {
@@ -180,19 +163,22 @@ std::uint32_t CTNGFileDataCollection::WriteNewRecords(int start) {
 std::uint32_t CTNGFileDataCollection::SaveList(bool bCompact, const std::u16string& dataFileName,
                                                bool bRewrite) {
     if (!bCompact && !bRewrite) return QXTNG_SUCCESS;
-    const ListHold hold(GetListLock());
+    const TNGLockHold hold(GetListLock(), true);
     if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
     TNGListRewrite rewrite(*m_pItems, m_keys, CachePath(m_strListFileName), dataFileName);
     m_nLastSaved = -1;
     m_nSavedBytes = -1;
     const std::uint32_t result = rewrite.Run(bCompact, bRewrite);
-    if (result == QXTNG_SUCCESS && rewrite.HasNewList()) m_nLastSaved = rewrite.RecordsWritten() - 1;
+    if (result == QXTNG_SUCCESS && rewrite.HasNewList()) {
+        m_nLastSaved = rewrite.RecordsWritten() - 1;
+        m_nSavedBytes = rewrite.ListBytes();
+    }
     return result;
 }
 
 void CTNGFileDataCollection::ResetList(bool bDeleteFile) {
     {
-        const ListHold hold(GetListLock());
+        const TNGLockHold hold(GetListLock(), true);
         if (!hold.IsHeld()) return;
         ClearItems();
     }

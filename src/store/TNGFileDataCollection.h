@@ -56,6 +56,9 @@ class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
     /// without blocks that no live record points to. Records of a compaction that fails are as before.
     std::uint32_t SaveList(bool bCompact, const std::u16string& dataFileName, bool bRewrite);
 
+    /// True if the list file holds records, but not all of them.
+    bool HasUnsavedRecords() const { return m_nLastSaved != -1 && m_nLastSaved < GetCount() - 1; }
+
     /// Empties the list, and deletes its file if told so.
     void ResetList(bool bDeleteFile);
 

@@ -2,7 +2,10 @@
 
 #include "common/TNGFileInfo.h"
 #include "common/TNGLog.h"
+#include "locks/TNGMutex.h"
 #include "platform/Text.h"
+#include "store/TNGCacheFiles.h"
+#include "store/TNGCachePaths.h"
 #include "store/TNGFields.h"
 
 namespace {
@@ -14,14 +17,14 @@ bool HasError(std::FILE* pFile) {
 }
 
 std::uint32_t KeyOf(const std::u16string& name) {
-    std::u16string path;
-    CTNGFileInfo::BuildFilePath(path, s_strCacheFolder.Get(), name);
-    return CTNGFileInfo::GetHashCode(path);
+    return CTNGFileInfo::GetHashCode(CachePath(name));
 }
 
-// Cache files lie in the cache folder itself; a damaged index must not lead out of it.
-bool StaysInFolder(const std::u16string& name) {
-    return name != u".." && name.find(Platform::kPathSeparator) == std::u16string::npos;
+// Cache files lie in the cache folder itself; a damaged index must lead neither out of it nor to those files
+// that are not a folder's own.
+bool CanBeOfFolder(const std::u16string& name) {
+    return name != u".." && name != s_strDirectoryMapName && name != s_strDateTimeFileName &&
+           name.find(Platform::kPathSeparator) == std::u16string::npos;
 }
 
 }  // namespace
@@ -52,19 +55,31 @@ int CTNGFolderMap::Load(std::FILE* pFile) {
     return 1;
 }
 
-bool CTNGFolderMap::ReadRecord(std::FILE* pFile) {
-    std::u16string dataFileName;
-    std::u16string listFileName;
-    for (std::u16string* pText : {&m_strFolderPath, &dataFileName, &listFileName}) {
-        if (!ReadText(pFile, *pText)) return false;
-    }
-    ReadField(pFile, m_nFileNumber);
-    if (!StaysInFolder(dataFileName) || !StaysInFolder(listFileName)) return false;
-    m_strDataFileName = dataFileName;
-    m_strListFileName = listFileName;
+void CTNGFolderMap::MakeKeys() {
     m_nListFileKey = KeyOf(m_strListFileName);
     m_nDataFileKey = KeyOf(m_strDataFileName);
-    return true;
+}
+
+bool CTNGFolderMap::DeleteDataFile() const {
+    // A damaged index may name anything; only what can be a data file is deleted as one.
+    return m_strDataFileName.ends_with(u".db") &&
+           DeleteCacheFile(CachePath(m_strDataFileName), m_nDataFileKey, false, TNG_LOCK_TIMEOUT_MS);
+}
+
+bool CTNGFolderMap::DeleteListFile() const {
+    return DeleteCacheFile(CachePath(m_strListFileName), m_nListFileKey, true, TNG_LOCK_TIMEOUT_MS);
+}
+
+bool CTNGFolderMap::ReadRecord(std::FILE* pFile) {
+    std::u16string name;
+    if (!ReadText(pFile, m_strFolderPath) || !ReadText(pFile, name)) return false;
+    if (CanBeOfFolder(name)) m_strDataFileName = name;
+    MakeKeys();
+    if (!ReadText(pFile, name)) return false;
+    if (CanBeOfFolder(name)) m_strListFileName = name;
+    MakeKeys();
+    ReadField(pFile, m_nFileNumber);
+    return !m_strDataFileName.empty() && !m_strListFileName.empty();
 }
 
 int CTNGFolderMap::Save(std::FILE* pFile) {
@@ -79,7 +94,7 @@ int CTNGFolderMap::Save(std::FILE* pFile) {
         if (FileDataList->SaveList(m_nStaleBlocks > 0, m_strDataFileName, m_bListDirty) != QXTNG_SUCCESS)
             return failed(u"ERROR IN SAVE FILE DATA LIST CTNGFolderMap::Save");
         m_nStaleBlocks = 0;
-        m_bListDirty = false;
+        NoteRewritten();
     }
     m_nVersion = FOLDER_MAP_CURRENT_VERSION;
     WriteRecord(pFile);

@@ -27,6 +27,20 @@ class CTNGFolderMap : public TNGFolderFileKeys {
     /// Saves the list, if it is loaded and has changed, and writes the folder record. 1 or 0.
     int Save(std::FILE* pFile);
 
+    /// Works the keys of both files out from their names and the cache folder.
+    void MakeKeys();
+
+    /// Delete a file of the folder under the write hold of its lock, for which they wait at most a second.
+    bool DeleteDataFile() const;
+    bool DeleteListFile() const;
+
+    /// What the list file lacks: a new record, which the next append brings, or a change that only a rewrite
+    /// does. NoteAppended() and NoteRewritten() say which of them has been done.
+    void NoteNewRecord() { m_bListDirty = true; }
+    void NoteChangedRecord() { m_bListDirty = m_bRewriteOwed = true; }
+    void NoteAppended() { m_bListDirty = m_bRewriteOwed; }
+    void NoteRewritten() { m_bListDirty = m_bRewriteOwed = false; }
+
     bool m_bHeaderOnly;
     std::uint32_t m_nVersion = 0;
     std::u16string m_strFolderPath;    // the folder's key; no separator at its end
@@ -42,4 +56,6 @@ class CTNGFolderMap : public TNGFolderFileKeys {
   private:
     bool ReadRecord(std::FILE* pFile);
     void WriteRecord(std::FILE* pFile) const;
+
+    bool m_bRewriteOwed = false;  // of records that the list file holds, some have changed
 };

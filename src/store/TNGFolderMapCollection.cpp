@@ -3,10 +3,11 @@
 #include "common/TNGFileInfo.h"
 #include "common/TNGLog.h"
 #include "common/TNGTypes.h"
-#include "locks/TNGAutoMutexPtr.h"
+#include "locks/TNGLockHold.h"
 #include "platform/Drives.h"
 #include "platform/Text.h"
 #include "store/TNGCacheFiles.h"
+#include "store/TNGCachePaths.h"
 
 std::atomic<Platform::FILETIME> s_ftDirectoryMap{Platform::FILETIME{}};
 
@@ -15,20 +16,6 @@ namespace {
 constexpr char16_t s_szLogSource[] = u"TNGFolderMapCollection";
 
 constexpr std::int64_t kListSaveLimit = 1000;  // ms
-
-std::u16string CachePath(const std::u16string& name) {
-    std::u16string path;
-    CTNGFileInfo::BuildFilePath(path, s_strCacheFolder.Get(), name);
-    return path;
-}
-
-// The folder of a path, or false if it has none.
-bool CutToFolder(std::u16string& path) {
-    const std::size_t separator = path.rfind(Platform::kPathSeparator);
-    if (separator == std::u16string::npos) return false;
-    path.resize(separator);
-    return true;
-}
 
 void NoteListTime(CTNGFolderMap& folderMap) {
     CTNGFileInfo::GetFileLastWriteTime(CachePath(folderMap.m_strListFileName).c_str(),
@@ -41,23 +28,10 @@ void NoteIndexTime(const std::u16string& fileName) {
     s_ftDirectoryMap.store(time);
 }
 
-bool DeleteDataFile(const CTNGFolderMap& folderMap) {
-    // A damaged index may name anything; only what can be a data file is deleted as one.
-    return folderMap.m_strDataFileName.ends_with(u".db") &&
-           DeleteCacheFile(CachePath(folderMap.m_strDataFileName), folderMap.m_nDataFileKey, false,
-                           TNG_LOCK_TIMEOUT_MS);
-}
-
-void DeleteBothFiles(const CTNGFolderMap& folderMap) {
-    DeleteCacheFile(CachePath(folderMap.m_strListFileName), folderMap.m_nListFileKey, true,
-                    TNG_LOCK_TIMEOUT_MS);
-    DeleteDataFile(folderMap);
-}
-
 // Empties the list of a folder that cannot be used, and deletes both of its files if told so.
 void GiveUpFolder(CTNGFolderMap& folderMap, bool bDeleteFiles) {
     folderMap.FileDataList->ResetList(bDeleteFiles);
-    if (bDeleteFiles) DeleteDataFile(folderMap);
+    if (bDeleteFiles) folderMap.DeleteDataFile();
 }
 
 // Folders have a drive if their path begins at the root, whose own key is the empty text; others are kept in
@@ -68,6 +42,11 @@ bool HasDrive(const std::u16string& folder) {
 
 std::uint32_t DriveType(const std::u16string& folder) {
     return Platform::GetDriveTypeW(folder.empty() ? u"/" : folder.c_str());
+}
+
+// A second folder map of one folder goes again, and must not take the lock of the list with it.
+void ForgetTwin(CTNGFolderMap& folderMap) {
+    folderMap.FileDataList->SetListFileName({});
 }
 
 // The limit of time on the lists of a save.
@@ -116,16 +95,15 @@ std::uint32_t CTNGFolderMapCollection::Load(const std::u16string& fileName, cons
                                             TNGPathIndex* pPathIndex) {
     TNG_LOG(TNG_LOG_ENTER, u"CTNGFolderMapCollection::Load");
     SetIndexFileName(fileName);
-    const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
-    const CTNGAutoMutexPtr hold(pMutex.get(), true, TNG_LOCK_TIMEOUT_MS, true);
-    if (!hold.IsLocked()) {
+    const TNGLockHold hold(GetFolderMapMutex(), true);
+    if (!hold.IsHeld()) {
         SetIndexFileName({});
         TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMapCollection::Load condition folderMapMutex.IsLocked failed");
         return QXTNG_ERROR_LOCK_FAILED;
     }
     ClearItemsByKey(true);
     std::u16string target = pPath ? pPath : u"";
-    if (!target.empty() && bPathIsFile && !CutToFolder(target)) target.clear();
+    const bool bHasTarget = pPath && !bLoadDirMapOnly && (!bPathIsFile || CutToFolder(target));
     const bool bHeaderOnly = pPath || bLoadDirMapOnly;
 
     std::int32_t count = 0;
@@ -138,7 +116,7 @@ std::uint32_t CTNGFolderMapCollection::Load(const std::u16string& fileName, cons
         return QXTNG_ERROR_NOT_CACHED;
     }
     for (; file.CanReadOn() && count > 0; --count)
-        TakeUpFolder(file, target, bHeaderOnly, pPath && !bLoadDirMapOnly, pPathIndex);
+        TakeUpFolder(file, target, bHeaderOnly, bHasTarget, pPathIndex);
     NoteIndexTime(fileName);
     TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMapCollection::Load");
     return m_pTable->empty() ? QXTNG_ERROR_FILE_READ : QXTNG_SUCCESS;
@@ -160,7 +138,7 @@ void CTNGFolderMapCollection::TakeUpFolder(IndexFile& file, const std::u16string
         TNG_LOG(TNG_LOG_INFO, u"CTNGFolderMapCollection::Load in catch");
         return GiveUpFolder(*pFolderMap, !bHeaderOnly);
     }
-    if (FindItem(pFolderMap->m_strFolderPath)) return;  // the index lists it twice
+    if (FindItem(pFolderMap->m_strFolderPath)) return ForgetTwin(*pFolderMap);  // the index lists it twice
     if (bLoadTarget && pFolderMap->m_strFolderPath == target) {
         pFolderMap->m_bHeaderOnly = false;
         const std::uint32_t result =
@@ -205,9 +183,8 @@ std::uint32_t CTNGFolderMapCollection::LoadIndexFile(const std::u16string& path,
 
 std::uint32_t CTNGFolderMapCollection::CheckAndAddNewFolderMap(const std::u16string& indexPath,
                                                                bool* pbAdded) {
-    const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
-    const CTNGAutoMutexPtr hold(pMutex.get(), true, TNG_LOCK_TIMEOUT_MS, true);
-    if (!hold.IsLocked()) return QXTNG_ERROR_LOCK_FAILED;
+    const TNGLockHold hold(GetFolderMapMutex(), true);
+    if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
     std::int32_t count = 0;
     std::int32_t bOpened = 0;
     IndexFile file(indexPath, true, &count, &bOpened, false);
@@ -235,7 +212,7 @@ std::uint32_t CTNGFolderMapCollection::CheckAndAddNewFolderMap(const std::u16str
 }
 
 void CTNGFolderMapCollection::TakeUpForeignFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, bool* pbAdded) {
-    if (FindItem(pFolderMap->m_strFolderPath)) return;
+    if (FindItem(pFolderMap->m_strFolderPath)) return ForgetTwin(*pFolderMap);
     Platform::WIN32_FIND_DATAW entry;
     if (!CTNGFileInfo::FindFileData(CachePath(pFolderMap->m_strListFileName).c_str(), &entry, false)) return;
     pFolderMap->m_ftListFile = entry.ftLastWriteTime;
@@ -246,9 +223,8 @@ void CTNGFolderMapCollection::TakeUpForeignFolder(std::unique_ptr<CTNGFolderMap>
 }
 
 std::uint32_t CTNGFolderMapCollection::SaveFolderMaps(const std::u16string& fileName, bool bSaveLists) {
-    const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
-    const CTNGAutoMutexPtr hold(pMutex.get(), true, TNG_LOCK_TIMEOUT_MS, true);
-    if (!hold.IsLocked()) return QXTNG_ERROR_LOCK_FAILED;
+    const TNGLockHold hold(GetFolderMapMutex(), true);
+    if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
     try {
         auto count = static_cast<std::int32_t>(m_pTable->size());
         std::int32_t bOpened = 0;
@@ -260,7 +236,10 @@ std::uint32_t CTNGFolderMapCollection::SaveFolderMaps(const std::u16string& file
             if (!HasDrive(path)) continue;
             if (DriveType(path) != Platform::DRIVE_FIXED) {
                 const CTNGFolderMap& folderMap = *pFolderMap;
-                clock.Exclude([&folderMap] { DeleteBothFiles(folderMap); });
+                clock.Exclude([&folderMap] {
+                    folderMap.DeleteListFile();
+                    folderMap.DeleteDataFile();
+                });
                 continue;
             }
             bGood &= SaveFolder(file, *pFolderMap, bSaveLists);
@@ -293,7 +272,7 @@ std::uint32_t CTNGFolderMapCollection::AppendThumbnails(const std::u16string& fi
             if (!SaveFolder(file, *pFolderMap, false)) return QXTNG_ERROR_FILE_WRITE;
             if (pFolderMap->FileDataList->AppendNewRecords() == QXTNG_SUCCESS) {
                 NoteListTime(*pFolderMap);
-                pFolderMap->m_bListDirty = false;
+                pFolderMap->NoteAppended();
             }
         }
         if (!file.Close()) return QXTNG_ERROR_FILE_WRITE;
@@ -305,22 +284,23 @@ std::uint32_t CTNGFolderMapCollection::AppendThumbnails(const std::u16string& fi
 }
 
 void CTNGFolderMapCollection::DeleteAll(bool bDeleteFiles) {
-    if (m_pTable->empty()) return;
     {
-        const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
-        const CTNGAutoMutexPtr hold(pMutex.get(), true, TNG_LOCK_TIMEOUT_MS, true);
-        if (!hold.IsLocked()) return;
+        const TNGLockHold hold(GetFolderMapMutex(), true);
+        if (!hold.IsHeld() || m_pTable->empty()) return;
         for (auto& [path, pFolderMap] : *m_pTable) {
             pFolderMap->FileDataList->ResetList(bDeleteFiles);
-            if (bDeleteFiles && DeleteDataFile(*pFolderMap))
+            if (bDeleteFiles && pFolderMap->DeleteDataFile())
                 GetFileLockRegistry().RemoveFileLock(pFolderMap->m_nDataFileKey, false);
         }
         ClearItemsByKey(true);
     }
+    // The lock stays: a thread may wait for it now, and two locks at a time would guard nothing.
     const TNGGuardLock lock(m_guard);
-    if (bDeleteFiles && !m_strIndexFileName.empty() && DeleteCacheFileNoLock(CachePath(m_strIndexFileName)))
-        s_ftDirectoryMap.store(Platform::FILETIME{});
-    folderMapMutex = nullptr;
+    if (bDeleteFiles && !m_strIndexFileName.empty()) DeleteIndexFile(m_strIndexFileName);
+}
+
+void CTNGFolderMapCollection::DeleteIndexFile(const std::u16string& fileName) {
+    if (DeleteCacheFileNoLock(CachePath(fileName))) s_ftDirectoryMap.store(Platform::FILETIME{});
 }
 
 void CTNGFolderMapCollection::NextFileNumberAfterMaps(std::int32_t* pNumber) const {

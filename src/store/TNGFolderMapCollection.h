@@ -57,6 +57,18 @@ class CTNGFolderMapCollection : public CTNGCollectionBase2<std::u16string, CTNGF
     /// it takes.
     void DeleteAll(bool bDeleteFiles);
 
+    /// Deletes the index file.
+    static void DeleteIndexFile(const std::u16string& fileName);
+
+    bool IsEmpty() const { return m_pTable->empty(); }
+
+    /// Calls `work` with each folder map. It must neither add nor remove any.
+    template <typename Work>
+    void ForEach(Work work) const {
+        for (const auto& [path, pFolderMap] : *m_pTable)
+            work(*pFolderMap);
+    }
+
     /// Raises `*pNumber` above the file number of every folder map.
     void NextFileNumberAfterMaps(std::int32_t* pNumber) const;
 

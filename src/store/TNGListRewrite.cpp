@@ -10,17 +10,12 @@
 #include "locks/TNGFileLockRegistry.h"
 #include "platform/FileOperations.h"
 #include "platform/Streams.h"
+#include "store/TNGCachePaths.h"
 #include "store/TNGFolderFileKeys.h"
 #include "store/TNGRecordFile.h"
 #include "store/TNGThumbnailLocation.h"
 
 namespace {
-
-std::u16string CachePath(const std::u16string& name) {
-    std::u16string path;
-    CTNGFileInfo::BuildFilePath(path, s_strCacheFolder.Get(), name);
-    return path;
-}
 
 bool Exists(const std::u16string& path) {
     return CTNGFileInfo::FindFileData(path.c_str(), nullptr, true);
@@ -123,6 +118,7 @@ std::uint32_t TNGListRewrite::WriteFiles(bool bCompact, int deadBytes) {
         return result;
     if (!pList) return QXTNG_SUCCESS;
     pList->SetCount(m_nWritten);
+    m_nListBytes = pList->Position();
     return pList->Close() ? QXTNG_SUCCESS : QXTNG_ERROR_FILE_WRITE;
 }
 

@@ -47,6 +47,9 @@ class TNGListRewrite {
     bool HasNewList() const { return m_bNewList; }
 
     /// Records that the new list file holds.
+    /// Bytes of the new list file.
+    std::int64_t ListBytes() const { return m_nListBytes; }
+
     int RecordsWritten() const { return m_nWritten; }
 
   private:
@@ -81,4 +84,5 @@ class TNGListRewrite {
     bool m_bNewList = false;
     std::uint32_t m_eListFailure = 0;  // the result if there can be no new list file
     int m_nWritten = 0;
+    std::int64_t m_nListBytes = 0;
 };

@@ -57,7 +57,7 @@ class Cache {
     Cache() { s_strCacheFolder.Set(TestSupport::TextOf(m_folder.Path())); }
     ~Cache() {
         ReleaseFileLockRegistry();
-        s_strCacheFolder.Set({});
+        s_strCacheFolder.Clear();
     }
     Cache(const Cache&) = delete;
     Cache& operator=(const Cache&) = delete;

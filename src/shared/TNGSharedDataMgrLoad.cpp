@@ -1,0 +1,103 @@
+#include "TNGSharedDataMgr.h"
+#include "common/TNGLog.h"
+#include "locks/TNGLockHold.h"
+#include "store/TNGCachePaths.h"
+#include "store/TNGDateTimeFile.h"
+
+namespace {
+
+constexpr char16_t s_szLogSource[] = u"TNGSharedDataMgr";
+
+}  // namespace
+
+std::uint32_t CTNGSharedDataMgr::LoadDB(const char16_t* path, bool bPathIsFile, bool bLoadDirMapOnly) {
+    TNG_LOG(TNG_LOG_ENTER, u"CTNGSharedDataMgr::LoadDB");
+    const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
+    if (!shared.IsLocked()) {
+        TNG_LOG(TNG_LOG_LEAVE, u"CTNGSharedDataMgr::LoadDB condition sharedMutex.IsLocked failed");
+        return QXTNG_ERROR_LOCK_FAILED;
+    }
+    ClearIndex();
+    const std::uint32_t result =
+        m_pFolderMaps->Load(m_strIndexFileName, path, bPathIsFile, bLoadDirMapOnly, m_pTable.get());
+    if (result != QXTNG_SUCCESS) {
+        TNG_LOG(TNG_LOG_LEAVE, u"CTNGSharedDataMgr::LoadDB condition FolderMapCollection->Load failed");
+        return result;
+    }
+    if (bLoadDirMapOnly || path) {
+        TNG_LOG(TNG_LOG_LEAVE, u"CTNGSharedDataMgr::LoadDB condition bLoadDirMapOnly");
+        SetCacheModifiedTime();
+        return QXTNG_SUCCESS;
+    }
+    AddLoadedRecords();
+    SetCacheModifiedTime();
+    TNG_LOG(TNG_LOG_LEAVE, u"CTNGSharedDataMgr::LoadDB");
+    return QXTNG_SUCCESS;
+}
+
+void CTNGSharedDataMgr::AddLoadedRecords() {
+    const TNGLockHold folderMaps(GetFolderMapMutex(), false);
+    if (!folderMaps.IsHeld()) return;
+    std::size_t count = 0;
+    m_pFolderMaps->ForEach([&count](const CTNGFolderMap& folderMap) {
+        count += static_cast<std::size_t>(folderMap.FileDataList->GetCount());
+    });
+    m_pTable->reserve(count);
+    m_pFolderMaps->ForEach([this](const CTNGFolderMap& folderMap) {
+        if (folderMap.m_bHeaderOnly) return;
+        for (int i = 0; i < folderMap.FileDataList->GetCount(); ++i) {
+            CTNGFileData* const pRecord = folderMap.FileDataList->GetAt(i);
+            if (pRecord->m_bDeleted == 0) AddItemByKey(pRecord, pRecord->m_strFilePath);
+        }
+    });
+}
+
+std::uint32_t CTNGSharedDataMgr::LoadFolderData(const char16_t* path, bool bPathIsFile) {
+    if (!path) return QXTNG_ERROR_FAILED;
+    std::u16string folder = path;
+    if (bPathIsFile) CutToFolder(folder);
+    CTNGFolderMap* pFolderMap = nullptr;
+    {
+        const TNGLockHold folderMaps(GetFolderMapMutex(), false);
+        if (!folderMaps.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
+        if (!m_pFolderMaps->LookupFolderMap(folder, &pFolderMap)) return QXTNG_ERROR_NOT_CACHED;
+        if (pFolderMap->m_bListLoaded) return QXTNG_SUCCESS;
+    }
+    const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
+    const TNGLockHold folderMaps(GetFolderMapMutex(), true);
+    if (!shared.IsLocked() || !folderMaps.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
+    // Anew: no lock was held in between.
+    if (!m_pFolderMaps->LookupFolderMap(folder, &pFolderMap)) return QXTNG_ERROR_NOT_CACHED;
+    const std::uint32_t result = m_pFolderMaps->LoadIndexFile(path, bPathIsFile, &pFolderMap, m_pTable.get());
+    if (result == QXTNG_ERROR_FILE_READ) {
+        m_pFolderMaps->RemoveItem(folder);
+        SetCacheModifiedTime();
+    }
+    return result;
+}
+
+void CTNGSharedDataMgr::ForgetOrDelete(bool bDeleteFiles) {
+    {
+        const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
+        if (shared.IsLocked()) ClearIndex();
+    }
+    m_pFolderMaps->DeleteAll(bDeleteFiles);
+}
+
+std::uint32_t CTNGSharedDataMgr::SetCacheEnabled(bool bEnable) {
+    if (!bEnable) ForgetOrDelete(true);
+    m_bCacheEnabled = bEnable;
+    return QXTNG_SUCCESS;
+}
+
+std::uint32_t CTNGSharedDataMgr::Shutdown() {
+    if (!HasFolderMaps()) return QXTNG_SUCCESS;
+    m_pFolderMaps->SetIndexFileName(m_strIndexFileName);
+    const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
+    if (!shared.IsLocked()) return QXTNG_ERROR_LOCK_FAILED;
+    const std::uint32_t result = m_pFolderMaps->SaveFolderMaps(m_strIndexFileName, true);
+    ClearIndex();
+    m_pFolderMaps->DeleteAll(false);
+    SetCacheModifiedTime();
+    return result;
+}
