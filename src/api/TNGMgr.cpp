@@ -28,7 +28,13 @@ bool Exists(const char16_t* pszPath) {
 
 }  // namespace
 
-CTNGMgr::CTNGMgr() : m_pDBMgr(std::make_unique<CTNGDBMgr>()) {}
+CTNGMgr::CTNGMgr() : m_pDBMgr(std::make_unique<CTNGDBMgr>()) {
+    s_pDBMgr = m_pDBMgr.get();
+}
+
+CTNGMgr::~CTNGMgr() {
+    s_pDBMgr = nullptr;
+}
 
 CTNGMgr& CTNGMgr::GetInstance() {
     if (CTNGMgr* pInstance = s_pInstance.load(std::memory_order_acquire)) return *pInstance;
@@ -49,10 +55,9 @@ std::uint32_t CTNGMgr::GenerateThumbnailInForeGround(const char16_t* pszFilePath
                                                      std::uint32_t eOutputForm, int* peOrigin,
                                                      int* pbDefault) {
     if (size.nWidth == 0 || size.nHeight == 0) return QXTNG_ERROR_INVALID_ARGUMENT;
-    Platform::WIN32_FIND_DATAW entry;
-    if (!CTNGFileInfo::FindFileData(pszFilePath, &entry, false)) return QXTNG_ERROR_INVALID_ARGUMENT;
-    return CTNGThread::GenerateThumbnail(pszFilePath, size, eSourceMode, entry, ppImage, ppBuffer, pSizeOut,
-                                         eOutputForm, peOrigin, pbDefault);
+    TNGRequest request{pszFilePath, size, static_cast<std::uint32_t>(eSourceMode), eOutputForm, {}};
+    if (!CTNGFileInfo::FindFileData(pszFilePath, &request.entry, false)) return QXTNG_ERROR_INVALID_ARGUMENT;
+    return CTNGThread::GenerateThumbnail(request, ppImage, ppBuffer, pSizeOut, peOrigin, pbDefault);
 }
 
 std::uint32_t CTNGMgr::GenerateThumbnailInBackGround() {
@@ -179,6 +184,14 @@ std::uint32_t CTNGMgr::GetSizeOriginal(const char16_t* pszFilePath, TNGSize* pSi
     *pSize = {0, 0};
     if (!Exists(pszFilePath)) return QXTNG_ERROR_INVALID_ARGUMENT;
 
+    bool bBadEntry = false;
+    if (m_pDBMgr->GetSizeOriginal(pszFilePath, pSize, &bBadEntry) && pSize->nWidth != 0 &&
+        pSize->nHeight != 0) {
+        TNG_LOG(TNG_LOG_INFO, u"Original Size is returned from cache");
+        return QXTNG_SUCCESS;
+    }
+    *pSize = {0, 0};
+    if (bBadEntry) return QXTNG_ERROR_FAILED;
     TNG_LOG(TNG_LOG_INFO, u"Entry is not found in database, taking original size from the image");
     const std::uint32_t eAssetType = GetFileAssetType(pszFilePath);
     if (eAssetType != ASSET_TYPE_IMAGE && eAssetType != ASSET_TYPE_VIDEO) {

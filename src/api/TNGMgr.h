@@ -53,6 +53,8 @@ class CTNGMgr : public CTNGCollectionBase2<unsigned int, CTNGThread> {
     std::uint32_t UpdateFolder(const char16_t* pszFolder);
     std::uint32_t UpdateAllOfCache();
 
+    ~CTNGMgr() override;
+
   private:
     CTNGMgr();
 

@@ -6,10 +6,18 @@
 #include <mutex>
 #include <string>
 
+#include "common/TNGBuffer.h"
 #include "common/TNGTypes.h"
 #include "locks/TNGCacheMutex.h"
 #include "shared/TNGSharedDataMgr.h"
+#include "store/TNGDataFile.h"
 #include "store/TNGDateTimeFile.h"
+
+class CTNGAddition;
+class CTNGThumbnailProducer;
+namespace Gdiplus {
+class Image;
+}
 
 /// How much of the cache is in memory.
 enum TNGDBState : std::uint32_t {
@@ -23,9 +31,6 @@ extern std::atomic<bool> s_bCacheDirty;
 
 /// While the client holds the cache: it has still to be synchronised. Else always set.
 extern std::atomic<bool> s_bCacheNeedsSync;
-
-/// Records added since the last flush.
-extern std::atomic<std::int32_t> s_nPendingAdds;
 
 /// The one door to the thumbnail cache. Results are TNGResult codes. Operations may run on any thread; those
 /// that change the cache as a whole (its folder, its state, the client's hold) run one at a time.
@@ -76,13 +81,56 @@ class CTNGDBMgr {
     static void SetCacheModifiedTime() { ::SetCacheModifiedTime(); }
     static bool IsCacheSynchronized() { return ::IsCacheSynchronized(); }
 
+    /// --- Looking up and reading; the caller has entered the cache unless told otherwise ---
+
     /// True if there is a live record of a picture or video in memory; `pRecord`, unless null, receives a
-    /// copy of any record of this path.
+    /// copy of any record of this path. Need not have entered.
     bool IsFileCached(const std::u16string& path, CTNGFileData* pRecord = nullptr);
 
-    std::uint32_t RefreshDBInSysFileCache();
+    /// True if there is a live record in memory that fits the file.
+    bool IsRecordUpToDate(const std::u16string& path, const Platform::WIN32_FIND_DATAW& fileInfo,
+                          CTNGFileData* pRecord = nullptr);
 
-    std::uint32_t IsCachedThumbnailUpToDate(const std::u16string&, int*) { return QXTNG_ERROR_FAILED; }
+    /// Enters the cache, and compares the record of a picture or video with its file.
+    std::uint32_t IsCachedThumbnailUpToDate(const std::u16string& path, int* pbUpToDate);
+
+    /// True if the size of the source picture is known. `*pbBadEntry` is set for a video without thumbnails.
+    /// Need not have entered.
+    bool GetSizeOriginal(const std::u16string& path, TNGSize* pSize, bool* pbBadEntry);
+
+    /// Reads the thumbnail that serves a request, in whole pages, or a default image. 0, or 1 if the cache
+    /// cannot serve. An entry that does not fit its file is deleted on the way, a damaged block is counted.
+    /// `*peFileType` receives the type of a record that was found, `*peOrigin` the origin of what was read.
+    int GetThumbnailFromCache(const std::u16string& path, TNGBuffer& pBuffer, std::int32_t* pSize,
+                              const TNGSize& requested, std::uint32_t* peFileType,
+                              const Platform::WIN32_FIND_DATAW& fileInfo, int* peOrigin);
+
+    /// A copy of the default image of a type, if there is one yet; with `bRecord` the file gets a record,
+    /// too. 0 or 1.
+    int GetDefaultThumbnail(std::uint32_t eFileType, const std::u16string& path,
+                            const Platform::WIN32_FIND_DATAW& fileInfo, TNGBuffer& pBuffer,
+                            std::int32_t* pSize, bool bRecord);
+
+    /// --- Adding; the caller has entered the cache ---
+
+    /// Stores the thumbnails of a file, compressed; the extra-large one may be empty. For a video `small`
+    /// with a size of -1 says that there are none, and `large` is the default image, as it is for files that
+    /// are no pictures. Without `pOriginalSize` the producer is asked for the size. 0 or 1.
+    int AddThumbnailToCache(CTNGThumbnailProducer& producer, const std::u16string& path,
+                            const TNGThumbnailBytes& extraLarge, const TNGThumbnailBytes& large,
+                            const TNGThumbnailBytes& small, std::uint32_t eFileType,
+                            const Platform::WIN32_FIND_DATAW& fileInfo, bool bEmbedded,
+                            const TNGSize* pOriginalSize);
+
+    /// The same from an image that has been made for a request. 0 or 1.
+    int AddThumbnailFromImage(CTNGThumbnailProducer& producer, const std::u16string& path,
+                              Gdiplus::Image& image, std::uint32_t eFileType,
+                              const Platform::WIN32_FIND_DATAW& fileInfo, int eOrigin,
+                              const TNGSize* pOriginalSize);
+
+    /// --- Maintenance ---
+
+    std::uint32_t RefreshDBInSysFileCache();
     std::uint32_t DeleteThumbnail(const std::u16string&) { return QXTNG_ERROR_FAILED; }
     std::uint32_t DeleteFolder(const std::u16string&) { return QXTNG_ERROR_FAILED; }
     std::uint32_t UpdateFileInfo(const std::u16string&) { return QXTNG_ERROR_FAILED; }
@@ -91,6 +139,19 @@ class CTNGDBMgr {
     std::uint32_t UpdateAllOfCache() { return QXTNG_ERROR_FAILED; }
 
   private:
+    struct NewThumbnail;
+    struct FoundRecord;
+
+    int Add(CTNGAddition& addition, NewThumbnail& thumbnail);
+    bool StoreBytes(CTNGAddition& addition, NewThumbnail& thumbnail, std::int32_t* pOffset);
+    void PublishThumbnail(CTNGAddition& addition);
+    bool RecordDefaultThumbnail(std::uint32_t eFileType, const std::u16string& path,
+                                const Platform::WIN32_FIND_DATAW& fileInfo, std::int32_t nSize);
+    bool FindLiveRecord(const std::u16string& path, FoundRecord* pFound);
+    bool DropEntry(const std::u16string& path);
+    int ReadThumbnail(const std::u16string& path, const FoundRecord& found, const TNGSize& requested,
+                      TNGBuffer& pBuffer, std::int32_t* pSize, int* peOrigin);
+    void NoteDamage(const std::u16string& path, TNGDataFileStatus eStatus);
     std::uint32_t EnableOrDisable(bool bEnable);
     std::uint32_t LoadIndexForMove();
     bool LeaveOldFolder(const std::u16string& folder);
@@ -102,3 +163,6 @@ class CTNGDBMgr {
     std::mutex m_load;    // held while what is not loaded is loaded
     std::mutex m_change;  // held by an operation on the cache as a whole; the first lock of all
 };
+
+/// The manager of the process, for the generation flows; null before the first export is called.
+extern CTNGDBMgr* s_pDBMgr;

@@ -69,16 +69,6 @@ void CTNGDBMgr::SynchronizeCache() {
     }
 }
 
-bool CTNGDBMgr::IsFileCached(const std::u16string& path, CTNGFileData* pRecord) {
-    const CTNGAutoMutexPtr shared(m_pSharedData->GetSharedMutex(), false, TNG_LOCK_TIMEOUT_MS, true);
-    if (!shared.IsLocked()) return false;
-    const CTNGFileData* const pFound = m_pSharedData->FindItem(path);
-    if (!pFound) return false;
-    if (pRecord) *pRecord = *pFound;
-    const bool bPicture = pFound->m_eFileType == ASSET_TYPE_IMAGE || pFound->m_eFileType == ASSET_TYPE_VIDEO;
-    return bPicture && pFound->m_bDeleted == 0;
-}
-
 std::uint32_t CTNGDBMgr::RefreshDBInSysFileCache() {
     if (!IsCacheEnabled()) return QXTNG_ERROR_CACHE_DISABLED;
     const CTNGCacheEntry entry(u"CTNGDBMgr::RefreshDBInSysFileCache", s_szLogSource);

@@ -59,6 +59,27 @@ bool IsDefaultImageCached(std::uint32_t eFileType) {
     return FindDefaultImage(eFileType) != nullptr;
 }
 
+bool StoreDefaultImage(std::uint32_t eFileType, const std::uint8_t* pBytes, std::int32_t nSize) {
+    TNGDefaultImageTable* pTable = s_pDefaultImages.load(std::memory_order_acquire);
+    const TNGDefaultSlot slot = GetDefaultSlot(eFileType);
+    if (!pTable || slot == DEFAULT_SLOT_NONE || IsDefaultImageCached(eFileType)) return true;
+    if (!pBytes || nSize <= 0) return true;
+    const auto size = static_cast<std::size_t>(nSize);
+    TNGBuffer copy = MakeHeapBuffer(
+        static_cast<std::uint8_t*>(Platform::HeapAlloc(GetProcessHeap(), Platform::HEAP_ZERO_MEMORY, size)));
+    if (!copy) return false;
+    std::memcpy(copy.get(), pBytes, size);
+    auto pImage = std::make_unique<TNGDefaultImage>();
+    pImage->m_pBuffer = copy.get();
+    pImage->m_nSize = nSize;
+    TNGDefaultImage* pNone = nullptr;
+    auto& place = (*pTable)[static_cast<std::size_t>(slot)];
+    if (!place.compare_exchange_strong(pNone, pImage.get())) return true;  // by another thread meanwhile
+    copy.release();
+    pImage.release();
+    return true;
+}
+
 TNGBuffer GetDefaultImageBuffer(std::uint32_t eFileType, std::int32_t* pnSize) {
     *pnSize = 0;
     const TNGDefaultImage* pImage = FindDefaultImage(eFileType);

@@ -49,6 +49,10 @@ TNGDefaultSlot GetDefaultSlot(std::uint32_t eFileType);
 /// True if the slot of this type is filled.
 bool IsDefaultImageCached(std::uint32_t eFileType);
 
+/// Fills the slot of this type with a copy, unless it is filled. False if there is no memory for it; true
+/// also for a type without a slot.
+bool StoreDefaultImage(std::uint32_t eFileType, const std::uint8_t* pBytes, std::int32_t nSize);
+
 /// A copy of the slot of this type in whole pages, and its bytes; null and 0 if there is none.
 TNGBuffer GetDefaultImageBuffer(std::uint32_t eFileType, std::int32_t* pnSize);
 

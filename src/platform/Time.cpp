@@ -35,6 +35,21 @@ void GetSystemTimePreciseAsFileTime(FILETIME* pTime) {
     *pTime = FileTimeFromTimespec(now);
 }
 
+void WaitUntilStampIsPast(const FILETIME& time) {
+    timespec tick{};
+    clock_getres(CLOCK_REALTIME_COARSE, &tick);
+    const auto intervals = static_cast<std::uint64_t>(tick.tv_nsec) / 100;
+    for (;;) {
+        timespec stamp{};
+        clock_gettime(CLOCK_REALTIME_COARSE, &stamp);
+        const std::uint64_t now = AsNumber(FileTimeFromTimespec(stamp));
+        // A time that lies further ahead was set by somebody, and says nothing.
+        if (now > AsNumber(time) || AsNumber(time) - now > 2 * intervals) return;
+        const timespec pause{0, static_cast<long>(tick.tv_nsec / 4)};
+        nanosleep(&pause, nullptr);
+    }
+}
+
 FILETIME NextFileTime(const FILETIME& time) {
     const std::uint64_t number = AsNumber(time);
     return FromNumber(number == UINT64_MAX ? number : number + 1);

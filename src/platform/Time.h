@@ -24,6 +24,10 @@ QXPLATFORM_API void GetSystemTimePreciseAsFileTime(FILETIME* pTime);
 /// The time 100 ns later; the latest time there is stays.
 QXPLATFORM_API FILETIME NextFileTime(const FILETIME& time);
 
+/// Waits until the clock by which the system stamps files has moved past a file's time, if that time is of
+/// this very tick (some milliseconds): what is written to the file from then on bears a later time.
+QXPLATFORM_API void WaitUntilStampIsPast(const FILETIME& time);
+
 /// A clock that only goes forward, in ticks; QueryPerformanceFrequency() says how many make a second.
 /// Both answer true.
 QXPLATFORM_API bool QueryPerformanceCounter(std::int64_t* pCount);

@@ -16,6 +16,16 @@ bool CTNGSharedDataMgr::HasFolderMaps() {
     return folderMaps.IsHeld() && !m_pFolderMaps->IsEmpty();
 }
 
+bool CTNGSharedDataMgr::HasUnloadedFolders() {
+    const TNGLockHold folderMaps(GetFolderMapMutex(), false);
+    bool bUnloaded = false;
+    if (folderMaps.IsHeld()) {
+        m_pFolderMaps->ForEach(
+            [&](const CTNGFolderMap& folderMap) { bUnloaded |= !folderMap.m_bListLoaded; });
+    }
+    return bUnloaded;
+}
+
 int CTNGSharedDataMgr::UpdateIndex(CTNGFileData* pRecord, int eIndexOperation) {
     if (eIndexOperation == TNG_INDEX_ADD || eIndexOperation == TNG_INDEX_REPLACE) {
         AddItemByKey(pRecord, pRecord->m_strFilePath);

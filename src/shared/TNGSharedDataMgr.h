@@ -36,6 +36,7 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
 
     bool IsCacheEnabled() const { return m_bCacheEnabled; }
     bool HasFolderMaps();
+    bool HasUnloadedFolders();
 
     /// --- Loading and keeping in step ---
 

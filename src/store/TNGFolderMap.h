@@ -19,6 +19,9 @@ class CTNGFolderMap : public TNGFolderFileKeys {
   public:
     /// With `bHeaderOnly`, Load() and Save() handle the folder record alone, and not the list.
     explicit CTNGFolderMap(bool bHeaderOnly);
+    ~CTNGFolderMap() { ++*m_pDataGeneration; }
+    CTNGFolderMap(const CTNGFolderMap&) = delete;
+    CTNGFolderMap& operator=(const CTNGFolderMap&) = delete;
 
     /// Reads one folder record, and the list. 1 or 0. If the list alone was unusable, the stream stands
     /// behind the record. Throws std::bad_alloc for a text that is too long.

@@ -94,6 +94,7 @@ std::uint32_t TNGListRewrite::TakePlace(bool bCompact) {
     if (bCompact && (!hold.IsLocked() || SizeOfFile(m_strDataPath) != m_nDataBytes))
         return QXTNG_ERROR_FAILED;
     if (m_bNewList && !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
+    if (bCompact) ++*m_keys.m_pDataGeneration;
     if (bCompact && !m_newData.Replace(m_strDataPath)) return QXTNG_ERROR_FILE_WRITE;
     Publish();
     return QXTNG_SUCCESS;

@@ -142,7 +142,7 @@ TEST(Exports, AnswerWithinAFrameOfLogLines) {
          QXTNG_ERROR_FAILED},
         {CALL(QXStopBackGroundThread, 1), QXTNG_ERROR_FAILED},
         {CALL(IsBackGroundThreadActive, 1, &a.nAnswer), QXTNG_ERROR_FAILED},
-        {CALL(IsCachedThumbnailUpToDate, a.pszFile, &a.nAnswer), QXTNG_ERROR_FAILED, 0},
+        {CALL(IsCachedThumbnailUpToDate, a.pszFile, &a.nAnswer), QXTNG_ERROR_CACHE_DISABLED, 0},
         {CALL(DeleteThumbnail, a.pszMissing), QXTNG_ERROR_FAILED},
         {CALL(DeleteFolder, a.pszMissing), QXTNG_ERROR_FAILED},
         {CALL(UpdateFileInfo, a.pszFile), QXTNG_ERROR_FAILED},
