@@ -4,6 +4,7 @@
 #include "TNGMgr.h"
 #include "common/TNGFileInfo.h"
 #include "database/TNGDBMgr.h"
+#include "generation/TNGThread.h"
 #include "imaging/TNGImageLibrary.h"
 #include "locks/TNGFileLockRegistry.h"
 
@@ -16,6 +17,8 @@ const pid_t s_nLoadedBy = getpid();
 // the threads and locks that it sees.
 __attribute__((destructor)) void UnloadLibrary() {
     if (getpid() != s_nLoadedBy) return;
+    if (CTNGMgr* pManager = CTNGMgr::FindInstance()) pManager->StopThreads();
+    CTNGThread::JoinStoppedThreads();
     if (s_bCacheDirty) ShutDown();
     CTNGMgr::Destroy();
     CTNGDBMgr::ReleaseGlobalMutexes();

@@ -73,12 +73,15 @@ std::uint32_t QXGenerateThumbnailARBGInForeGround(const char16_t* pszFilePath, T
     });
 }
 
-std::uint32_t QXGenerateThumbnailInBackGround(const char16_t* pszFilePath, TNGSize, int, int,
-                                              TNGThumbnailCallback, TNGBackgroundContext* pContext,
-                                              unsigned* pnThreadId) {
+std::uint32_t QXGenerateThumbnailInBackGround(const char16_t* pszFilePath, TNGSize size, int eSourceMode,
+                                              int eOutputForm, TNGThumbnailCallback pfnCallback,
+                                              TNGBackgroundContext* pContext, unsigned* pnThreadId) {
     if (!pszFilePath || !pContext || !pnThreadId) return QXTNG_ERROR_INVALID_ARGUMENT;
-    return Frame(u"QXGenerateThumbnailInBackGround",
-                 [](CTNGMgr& manager) { return manager.GenerateThumbnailInBackGround(); });
+    return Frame(u"QXGenerateThumbnailInBackGround", [=](CTNGMgr& manager) {
+        return manager.GenerateThumbnailInBackGround(pszFilePath, size, eSourceMode,
+                                                     static_cast<std::uint32_t>(eOutputForm), pfnCallback,
+                                                     pContext, pnThreadId);
+    });
 }
 
 std::uint32_t QXStopBackGroundThread(unsigned nThreadId) {

@@ -44,6 +44,10 @@ CTNGMgr& CTNGMgr::GetInstance() {
     return *s_pInstance.load(std::memory_order_relaxed);
 }
 
+CTNGMgr* CTNGMgr::FindInstance() {
+    return s_pInstance.load(std::memory_order_acquire);
+}
+
 void CTNGMgr::Destroy() {
     const std::scoped_lock lock(s_instanceGuard);
     delete s_pInstance.exchange(nullptr);
@@ -58,18 +62,6 @@ std::uint32_t CTNGMgr::GenerateThumbnailInForeGround(const char16_t* pszFilePath
     TNGRequest request{pszFilePath, size, static_cast<std::uint32_t>(eSourceMode), eOutputForm, {}};
     if (!CTNGFileInfo::FindFileData(pszFilePath, &request.entry, false)) return QXTNG_ERROR_INVALID_ARGUMENT;
     return CTNGThread::GenerateThumbnail(request, ppImage, ppBuffer, pSizeOut, peOrigin, pbDefault);
-}
-
-std::uint32_t CTNGMgr::GenerateThumbnailInBackGround() {
-    return QXTNG_ERROR_FAILED;
-}
-
-std::uint32_t CTNGMgr::QXStopBackGroundThread(unsigned) {
-    return QXTNG_ERROR_FAILED;
-}
-
-std::uint32_t CTNGMgr::IsBackGroundThreadActive(unsigned, int*) {
-    return QXTNG_ERROR_FAILED;
 }
 
 std::uint32_t CTNGMgr::GetCacheEnabled(int* pbEnabled) {
@@ -147,7 +139,7 @@ std::uint32_t CTNGMgr::ReleaseCacheLock() {
 }
 
 std::uint32_t CTNGMgr::ShutDown() {
-    ClearItemsByKey(true);
+    StopThreads();
     return m_pDBMgr->Shutdown();
 }
 

@@ -4,9 +4,11 @@
 #include <memory>
 
 #include "common/TNGCollectionBase2.h"
+#include "common/TNGGuard.h"
 #include "common/TNGTypes.h"
 #include "database/TNGDBMgr.h"
 #include "generation/TNGThread.h"
+#include "generation/TNGWorker.h"
 
 /// The one object behind the exports: refuses what the cache must never see, and hands on the rest. Its
 /// table is the registry of background threads, by the system's thread id. The operations answer as the
@@ -19,13 +21,19 @@ class CTNGMgr : public CTNGCollectionBase2<unsigned int, CTNGThread> {
     /// Destroys it, if there is one. No other call may be under way.
     static void Destroy();
 
+    /// Null if there is none.
+    static CTNGMgr* FindInstance();
+
     /// `ppImage` or `ppBuffer` may be null, as the form asks. `*pSizeOut` receives the size, or the length in
     /// bytes and 0.
     std::uint32_t GenerateThumbnailInForeGround(const char16_t* pszFilePath, const TNGSize& size,
                                                 int eSourceMode, Gdiplus::Image** ppImage,
                                                 std::uint8_t** ppBuffer, TNGSize* pSizeOut,
                                                 std::uint32_t eOutputForm, int* peOrigin, int* pbDefault);
-    std::uint32_t GenerateThumbnailInBackGround();
+    std::uint32_t GenerateThumbnailInBackGround(const char16_t* pszFilePath, const TNGSize& size,
+                                                int eSourceMode, std::uint32_t eOutputForm,
+                                                TNGThumbnailCallback pfnCallback,
+                                                TNGBackgroundContext* pContext, unsigned* pnThreadId);
     std::uint32_t QXStopBackGroundThread(unsigned nThreadId);
     std::uint32_t IsBackGroundThreadActive(unsigned nThreadId, int* pbActive);
 
@@ -43,6 +51,9 @@ class CTNGMgr : public CTNGCollectionBase2<unsigned int, CTNGThread> {
     std::uint32_t ReleaseCacheLock();
     std::uint32_t ShutDown();
 
+    /// Stops all background threads.
+    void StopThreads();
+
     std::uint32_t IsFileCached(const char16_t* pszFilePath, int* pbCached);
     std::uint32_t IsCachedThumbnailUpToDate(const char16_t* pszFilePath, int* pbUpToDate);
     std::uint32_t DeleteThumbnail(const char16_t* pszFilePath);
@@ -58,5 +69,10 @@ class CTNGMgr : public CTNGCollectionBase2<unsigned int, CTNGThread> {
   private:
     CTNGMgr();
 
+    std::uint32_t CreateThreadObject(const TNGBackgroundRequest& request, unsigned* pnThreadId);
+    std::unique_ptr<CTNGThread> TakeThread(unsigned nThreadId);
+    std::uint32_t RemoveEndedThread(unsigned nThreadId);
+
+    TNGGuard m_registryGuard;  // of the table; never held over a wait
     std::unique_ptr<CTNGDBMgr> m_pDBMgr;
 };

@@ -153,9 +153,10 @@ class CTNGDBMgr {
                       TNGBuffer& pBuffer, std::int32_t* pSize, int* peOrigin);
     void NoteDamage(const std::u16string& path, TNGDataFileStatus eStatus);
     std::uint32_t EnableOrDisable(bool bEnable);
+    std::uint32_t LoadIndex();
     std::uint32_t LoadIndexForMove();
     bool LeaveOldFolder(const std::u16string& folder);
-    void EnterNewFolder(const std::u16string& folder);
+    void EnterNewFolder(const std::u16string& folder, const std::shared_ptr<CTNGCacheMutex>& pMutex);
     static void GetDefaultImagePath(const char16_t* pszFileName, char16_t* pszPath);
 
     std::unique_ptr<CTNGSharedDataMgr> m_pSharedData;

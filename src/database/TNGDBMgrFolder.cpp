@@ -26,9 +26,12 @@ class Abandonment {
     Abandonment(const Abandonment&) = delete;
     Abandonment& operator=(const Abandonment&) = delete;
 
-    /// Under the client's hold workers have none of their own to wait for.
+    /// Under the client's hold workers have none of their own: they are waited for, but not insisted on.
     bool WaitForWorkers(const CTNGCacheEntry& entry) const {
-        if (!entry.HasOwnHold()) return true;
+        if (!entry.HasOwnHold()) {
+            entry.Mutex().WaitUntilJoinedHaveLeft(kWait, kOwnHold);
+            return true;
+        }
         Log(u", Wait for Cache Mutex to be free");
         const bool bFree = entry.Mutex().WaitUntilCacheMutexFree(kWait, kOwnHold);
         Log(bFree ? u", Wait over for Cache Mutex" : u", Wait failed for Cache Mutex");
@@ -36,7 +39,13 @@ class Abandonment {
     }
 
   private:
-    void Log(const char16_t* pszText) const { TNG_LOG(TNG_LOG_INFO, (m_strOperation + pszText).c_str()); }
+    void Log(const char16_t* pszText) const {
+        try {
+            TNG_LOG(TNG_LOG_INFO, (m_strOperation + pszText).c_str());
+        } catch (...) {
+            return;
+        }
+    }
 
     std::u16string m_strOperation;
     CTNGAbandonScope m_abandon;
@@ -72,7 +81,9 @@ std::uint32_t CTNGDBMgr::EnableOrDisable(bool bEnable) {
 std::uint32_t CTNGDBMgr::SetCacheFolder(const std::u16string& folder) {
     const std::scoped_lock change(m_change);
     if (!s_pCacheMutex.Get()) {
-        EnterNewFolder(folder);
+        std::shared_ptr<CTNGCacheMutex> pMutex;
+        GenerateCacheMutex(folder, &pMutex);
+        EnterNewFolder(folder, pMutex);
         return QXTNG_SUCCESS;
     }
     CTNGCacheEntry entry(u"CTNGDBMgr::SetCacheFolder", s_szLogSource);
@@ -84,9 +95,11 @@ std::uint32_t CTNGDBMgr::SetCacheFolder(const std::u16string& folder) {
     if (!abandonment.WaitForWorkers(entry)) return QXTNG_ERROR_FAILED;
     if (!LeaveOldFolder(folder)) return QXTNG_ERROR_FAILED;
     const bool bClient = !entry.HasOwnHold();
+    std::shared_ptr<CTNGCacheMutex> pMutex;
+    GenerateCacheMutex(folder, &pMutex);
     entry.Leave();
     if (bClient) entry.Mutex().Unlock(true);
-    EnterNewFolder(folder);
+    EnterNewFolder(folder, pMutex);
     TNG_LOG(TNG_LOG_INFO, u"CTNGDBMgr::SetCacheFolder, new Cache mutex generated");
     if (bClient) {
         TNG_LOG(
@@ -104,8 +117,7 @@ std::uint32_t CTNGDBMgr::SetCacheFolder(const std::u16string& folder) {
 std::uint32_t CTNGDBMgr::LoadIndexForMove() {
     if (m_eDBState != TNG_DB_NOT_LOADED) return QXTNG_SUCCESS;
     TNG_LOG(TNG_LOG_INFO, u"CTNGDBMgr::SetCacheFolder:Database is not initialized yet");
-    const std::uint32_t result = m_pSharedData->LoadDB(nullptr, true, true);
-    if (result == QXTNG_SUCCESS) m_eDBState = TNG_DB_PARTIAL;
+    const std::uint32_t result = LoadIndex();
     if (result == QXTNG_SUCCESS || result == QXTNG_ERROR_NOT_CACHED) return QXTNG_SUCCESS;
     TNG_LOG(TNG_LOG_INFO, u"CTNGDBMgr::SetCacheFolder:Database initialization failed");
     return result;
@@ -123,9 +135,7 @@ bool CTNGDBMgr::LeaveOldFolder(const std::u16string& folder) {
     return true;
 }
 
-void CTNGDBMgr::EnterNewFolder(const std::u16string& folder) {
-    std::shared_ptr<CTNGCacheMutex> pMutex;
-    GenerateCacheMutex(folder, &pMutex);
+void CTNGDBMgr::EnterNewFolder(const std::u16string& folder, const std::shared_ptr<CTNGCacheMutex>& pMutex) {
     s_strCacheFolder.Set(folder);
     MoveDateTimeFile(folder);
     s_pCacheMutex.Set(pMutex);

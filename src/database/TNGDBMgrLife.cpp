@@ -74,12 +74,17 @@ std::uint32_t CTNGDBMgr::RefreshDBInSysFileCache() {
     const CTNGCacheEntry entry(u"CTNGDBMgr::RefreshDBInSysFileCache", s_szLogSource);
     if (!entry.IsIn()) return QXTNG_ERROR_CACHE_LOCKED;
     SynchronizeIfLoaded();
-    if (m_eDBState == TNG_DB_NOT_LOADED) {
-        const std::uint32_t result = m_pSharedData->LoadDB(nullptr, true, true);
-        if (result != QXTNG_SUCCESS) return result;
-        m_eDBState = TNG_DB_PARTIAL;
-    }
+    if (const std::uint32_t result = LoadIndex(); result != QXTNG_SUCCESS) return result;
     return m_pSharedData->RefreshDBInSysFileCache();
+}
+
+// The index file alone, unless something is loaded.
+std::uint32_t CTNGDBMgr::LoadIndex() {
+    const std::scoped_lock load(m_load);
+    if (m_eDBState != TNG_DB_NOT_LOADED) return QXTNG_SUCCESS;
+    const std::uint32_t result = m_pSharedData->LoadDB(nullptr, true, true);
+    if (result == QXTNG_SUCCESS) m_eDBState = TNG_DB_PARTIAL;
+    return result;
 }
 
 std::uint32_t CTNGDBMgr::LockCache() {
@@ -102,12 +107,13 @@ std::uint32_t CTNGDBMgr::ReleaseCacheLock() {
     if (!s_bCacheLockedByClient) return QXTNG_SUCCESS;
     const std::scoped_lock change(m_change);
     if (!s_bCacheLockedByClient) return QXTNG_SUCCESS;
+    s_bCacheLockedByClient = false;  // first, so that who comes now waits for a hold of its own
     if (s_pCacheMutex.Get()->Unlock(true) == 0) {
+        s_bCacheLockedByClient = true;
         TNG_LOG(TNG_LOG_INFO, u"CTNGDBMgr::LockCache, unable to release cache");
         return QXTNG_ERROR_CACHE_LOCKED;
     }
     TNG_LOG(TNG_LOG_INFO, u"CTNGDBMgr::LockCache, cache released successfully");
-    s_bCacheLockedByClient = false;
     s_bCacheNeedsSync = true;
     return QXTNG_SUCCESS;
 }

@@ -8,9 +8,11 @@
 /// the cache is to be left alone.
 class CTNGCacheVisit {
   public:
-    CTNGCacheVisit(const char16_t* pszOperation, const char16_t* pszLogSource) {
+    /// `pbStop` may be null; else it ends the wait.
+    CTNGCacheVisit(const char16_t* pszOperation, const char16_t* pszLogSource,
+                   const std::atomic<bool>* pbStop) {
         if (!s_bAbandonThreads || CTNGCacheMutex::WaitForAbandonToFree(TNG_LOCK_TIMEOUT_MS))
-            m_entry.emplace(pszOperation, pszLogSource);
+            m_entry.emplace(pszOperation, pszLogSource, pbStop);
     }
 
     bool IsIn() const { return m_entry && m_entry->IsIn(); }

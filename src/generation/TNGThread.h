@@ -8,10 +8,44 @@
 #include "TNGThumbnailData.h"
 
 class CTNGThumbnailProducer;
+class TNGWorker;
+struct TNGBackgroundRequest;
+namespace Platform {
+class Thread;
+}
 
-/// The generation of thumbnails.
+/// The generation of thumbnails: the steps of its flows, and as an object one background worker, a thread
+/// that serves one request after the other until it is stopped. One thread at a time may use an object.
 class CTNGThread {
   public:
+    CTNGThread();
+    ~CTNGThread();
+    CTNGThread(const CTNGThread&) = delete;
+    CTNGThread& operator=(const CTNGThread&) = delete;
+
+    /// Releases a request to the worker, and starts its thread if there is none. `pnThreadId` may be null. A
+    /// result code.
+    std::uint32_t StartThread(const TNGBackgroundRequest& request, unsigned* pnThreadId);
+
+    /// Asks the worker to end, without waiting for it.
+    void AskToStop();
+
+    /// Ends the worker: it starts no callback any more and touches nothing of its caller's. Waits up to 25 ms
+    /// for a request in work, whose result is dropped, and up to a second for a callback that has begun. A
+    /// result code.
+    std::uint32_t StopThread();
+
+    bool IsBusy() const;
+
+    /// False once the thread has ended.
+    bool IsThreadActive() const;
+
+    /// Waits until the threads of all workers that have been stopped have left this library; not for the
+    /// calling thread, nor without limit for a callback.
+    static void JoinStoppedThreads();
+
+    /// --- Steps of the flows ---
+
     /// Makes one thumbnail on the caller's thread, or has it from the cache. `ppImage` or `ppBuffer` receives
     /// the result, whichever goes with the form; the other may be null. `*pResultSize` receives its size, or
     /// its length in bytes and 0.
@@ -33,11 +67,18 @@ class CTNGThread {
     /// caller turns to the file.
     static std::uint32_t CheckAndGetVideoOrLargeTHBFromCache(const TNGRequest& request,
                                                              std::unique_ptr<Gdiplus::Image>* ppImage,
-                                                             int* peOrigin);
+                                                             int* peOrigin, const std::atomic<bool>* pbStop);
 
     /// Stores the image that was made for a request, unless the cache has it by now. The caller has entered
     /// the cache.
     static void FeedCache(CTNGThumbnailProducer& producer, const TNGRequest& request,
                           std::uint32_t eAssetType, Gdiplus::Image& image, int eOrigin,
                           const TNGSize& originalSize);
+
+  private:
+    void CloseThreadHandles();
+
+    unsigned m_nThreadId = 0;               // of the system; 0 without a thread
+    Platform::Thread* m_hThread = nullptr;  // owned
+    std::shared_ptr<TNGWorker> m_pWorker;
 };

@@ -41,7 +41,8 @@ std::unique_ptr<Gdiplus::Image> LoadDefaultOfVideo(const TNGSize& box) {
 }  // namespace
 
 void CTNGThread::InitializeCache(const std::u16string& path) {
-    if (s_bCacheNeedsSync && s_pDBMgr->State() != TNG_DB_NOT_LOADED) {
+    const bool bMayBeBehind = !s_bCacheLockedByClient || s_bCacheNeedsSync;
+    if (bMayBeBehind && s_pDBMgr->State() != TNG_DB_NOT_LOADED) {
         TNG_LOG(TNG_LOG_INFO, u"CTNGThread::InitializeCache:going to synchronize cache");
         s_pDBMgr->SynchronizeCache();
     } else {
@@ -53,8 +54,9 @@ void CTNGThread::InitializeCache(const std::u16string& path) {
 
 std::uint32_t CTNGThread::CheckAndGetVideoOrLargeTHBFromCache(const TNGRequest& request,
                                                               std::unique_ptr<Gdiplus::Image>* ppImage,
-                                                              int* peOrigin) {
-    const CTNGCacheVisit visit(u"CTNGThread::CheckAndGetVideoOrLargeTHBFromCache", s_szLogSource);
+                                                              int* peOrigin,
+                                                              const std::atomic<bool>* pbStop) {
+    const CTNGCacheVisit visit(u"CTNGThread::CheckAndGetVideoOrLargeTHBFromCache", s_szLogSource, pbStop);
     if (!visit.IsIn()) return QXTNG_ERROR_CACHE_LOCKED;
     InitializeCache(request.path);
     CTNGFileData record;

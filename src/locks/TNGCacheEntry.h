@@ -11,8 +11,10 @@
 class CTNGCacheEntry {
   public:
     /// Enters. `pszOperation` is the operation's qualified name and `pszLogSource` its layer's, for the log;
-    /// both have to outlive the object. IsIn() tells whether it worked; without a cache folder it never does.
-    CTNGCacheEntry(const char16_t* pszOperation, const char16_t* pszLogSource);
+    /// both have to outlive the object. `pbStop`, if given, ends the wait. IsIn() tells whether it worked;
+    /// without a cache folder it never does.
+    CTNGCacheEntry(const char16_t* pszOperation, const char16_t* pszLogSource,
+                   const std::atomic<bool>* pbStop = nullptr);
     ~CTNGCacheEntry() { Leave(); }
     CTNGCacheEntry(const CTNGCacheEntry&) = delete;
     CTNGCacheEntry& operator=(const CTNGCacheEntry&) = delete;

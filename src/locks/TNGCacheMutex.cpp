@@ -65,6 +65,15 @@ bool CTNGCacheMutex::WaitUntilCacheMutexFree(std::uint32_t timeout, std::int32_t
     }
 }
 
+bool CTNGCacheMutex::WaitUntilJoinedHaveLeft(std::uint32_t timeout, std::int32_t nJoinedLeft) {
+    const TNGGuardLock lock(m_guard);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout);
+    while (m_nReadersTakenOver > nJoinedLeft) {
+        if (!m_change.WaitUntil(m_guard, end)) return false;
+    }
+    return true;
+}
+
 bool CTNGCacheMutex::WaitForAbandonToFree(std::uint32_t timeout) {
     if (timeout == 0) return true;
     const auto over = [] {

@@ -26,6 +26,9 @@ class CTNGCacheMutex : public CTNGMutex {
     /// Waits until no more than `nReadersLeft` readers hold it, or nobody. False if `timeout` ms pass first.
     bool WaitUntilCacheMutexFree(std::uint32_t timeout, std::int32_t nReadersLeft);
 
+    /// The same for those who have joined a writer.
+    bool WaitUntilJoinedHaveLeft(std::uint32_t timeout, std::int32_t nJoinedLeft);
+
     /// For threads that want into the cache: waits until `s_bAbandonThreads` is clear, looking every
     /// `timeout` / 20. False if `timeout` ms pass first.
     static bool WaitForAbandonToFree(std::uint32_t timeout);

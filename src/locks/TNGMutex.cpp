@@ -131,6 +131,7 @@ int CTNGMutex::Unlock(bool bForce) {
     if (bForce && m_bLocked) return m_nReadersTakenOver > 0 ? LeaveToReaders() : ReleaseAll();
     if (m_eLockType == TNG_LOCK_WRITE && m_nReadersTakenOver > 0) {
         --m_nReadersTakenOver;
+        m_change.NotifyAll();
         return 1;
     }
     if (m_eLockType == TNG_LOCK_READ) {

@@ -80,6 +80,8 @@ class Thread {
         sigset_t all;
         sigset_t before;
         sigfillset(&all);
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS})
+            sigdelset(&all, fault);  // of the thread itself
         pthread_sigmask(SIG_SETMASK, &all, &before);
         const int error = pthread_create(&m_thread, nullptr, &RunThread, pShared);
         pthread_sigmask(SIG_SETMASK, &before, nullptr);
@@ -108,6 +110,10 @@ Thread* _beginthreadex(ThreadProc pfnProc, void* pArgument, unsigned* pnThreadId
         errno = ENOMEM;
         return nullptr;
     }
+}
+
+unsigned GetCurrentThreadId() {
+    return static_cast<unsigned>(gettid());
 }
 
 bool SetThreadPriority(Thread* pThread, int nPriority) {

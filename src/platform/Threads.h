@@ -20,6 +20,9 @@ using ThreadProc = unsigned (*)(void* pArgument);
 /// resources), if no thread can be had. The handle is released with CloseHandle().
 QXPLATFORM_API Thread* _beginthreadex(ThreadProc pfnProc, void* pArgument, unsigned* pnThreadId);
 
+/// The number of the calling thread, as _beginthreadex() gives it.
+QXPLATFORM_API unsigned GetCurrentThreadId();
+
 /// Steps below normal priority cost a thread its share of a busy processor. False if the system refuses.
 QXPLATFORM_API bool SetThreadPriority(Thread* pThread, int nPriority);
 

@@ -47,14 +47,18 @@ void TNGRefresh::Stop() {
 
 unsigned TNGRefresh::RefreshThreadProc(void* pArgument) {
     static_cast<const TNGRefresh*>(pArgument)->TouchFiles();
-    s_bRefreshRunning = false;
     s_dwLastRefreshTick = Platform::GetTickCount();
+    s_bRefreshRunning = false;
     return 0;
 }
 
 void TNGRefresh::TouchFiles() const {
-    for (const std::u16string& name : m_names) {
-        if (m_bStop) return;
-        CTNGDataFile().TouchFile(CachePath(name));
+    try {
+        for (const std::u16string& name : m_names) {
+            if (m_bStop) return;
+            CTNGDataFile().TouchFile(CachePath(name));
+        }
+    } catch (...) {
+        return;  // what has not been read is read when it is needed
     }
 }

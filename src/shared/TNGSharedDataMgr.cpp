@@ -12,8 +12,10 @@ CTNGSharedDataMgr::CTNGSharedDataMgr(const std::u16string& indexFileName)
 CTNGSharedDataMgr::~CTNGSharedDataMgr() = default;
 
 bool CTNGSharedDataMgr::HasFolderMaps() {
-    const TNGLockHold folderMaps(GetFolderMapMutex(), false);
-    return folderMaps.IsHeld() && !m_pFolderMaps->IsEmpty();
+    const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
+    if (!pMutex) return false;
+    const TNGLockHold folderMaps(pMutex, false);
+    return !folderMaps.IsHeld() || !m_pFolderMaps->IsEmpty();  // somebody is at work on them
 }
 
 bool CTNGSharedDataMgr::HasUnloadedFolders() {

@@ -35,7 +35,9 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
     CTNGMutex* GetSharedMutex() const { return m_pSharedMutex.get(); }
 
     bool IsCacheEnabled() const { return m_bCacheEnabled; }
+    /// True in doubt.
     bool HasFolderMaps();
+
     bool HasUnloadedFolders();
 
     /// --- Loading and keeping in step ---
@@ -57,9 +59,9 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
     std::uint32_t UpdateCacheFolder(const std::u16string& newFolder);
 
     /// Empties the memory.
-    void Forget() { ForgetOrDelete(false); }
+    std::uint32_t Forget() { return ForgetOrDelete(false); }
 
-    /// Disabling empties the cache: memory, and the files of all folders in memory. Always 0.
+    /// Disabling empties the cache: memory, and the files of all folders in memory.
     std::uint32_t SetCacheEnabled(bool bEnable);
 
     /// Saves everything and empties the memory.
@@ -123,14 +125,15 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
     void ClearIndex() { m_pTable->clear(); }
     void RemoveFromIndex(const std::u16string& path) { m_pTable->erase(path); }
     void RemoveFromIndex(const CTNGFolderMap& folderMap);
-    void AddLoadedRecords();
-    void ForgetOrDelete(bool bDeleteFiles);
+    bool AddLoadedRecords();
+    std::uint32_t ForgetOrDelete(bool bDeleteFiles);
     std::uint32_t SynchronizeDirectoryMap(bool* pbModified);
     bool ResetIfChanged(CTNGFolderMap& folderMap);
     std::uint32_t ResetFolderMap(CTNGFolderMap* pFolderMap);
     std::uint32_t RemoveFolderMap(CTNGFolderMap* pFolderMap);
     std::uint32_t MoveFolderMaps(const std::u16string& newFolder);
-    bool CopyFolderMapFiles(const CTNGFolderMap& folderMap, const std::u16string& newFolder);
+    bool CopyFolderMapFiles(const CTNGFolderMap& folderMap, const std::u16string& newFolder,
+                            std::vector<std::u16string>* pCopies);
     void TakeUpForeignFolders();
     CTNGFolderMap* FindOrMakeFolderMap(const std::u16string& folder, bool* pbNew);
     void DeleteFolderOfLastRecord(const CTNGFolderMap& folderMap);

@@ -58,7 +58,10 @@ CTNGFolderMap* CTNGSharedDataMgr::FindOrMakeFolderMap(const std::u16string& fold
         // Its list may have been forgotten since it was asked for; what is added goes with all of it.
         const std::uint32_t result = m_pFolderMaps->LoadIndexFile(folder, false, &pFound, m_pTable.get());
         if (result == QXTNG_SUCCESS) return pFound;
-        if (result != QXTNG_ERROR_FILE_READ) return nullptr;
+        if (result == QXTNG_ERROR_LOCK_FAILED) return nullptr;
+        // What cannot be read is given up, and begun anew.
+        pFound->DeleteDataFile();
+        pFound->DeleteListFile();
         m_pFolderMaps->RemoveItem(folder);
     }
     auto pFolderMap = std::make_unique<CTNGFolderMap>(false);

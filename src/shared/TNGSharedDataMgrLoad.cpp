@@ -29,15 +29,15 @@ std::uint32_t CTNGSharedDataMgr::LoadDB(const char16_t* path, bool bPathIsFile, 
         SetCacheModifiedTime();
         return QXTNG_SUCCESS;
     }
-    AddLoadedRecords();
-    SetCacheModifiedTime();
+    const bool bAdded = AddLoadedRecords();
+    if (bAdded) SetCacheModifiedTime();
     TNG_LOG(TNG_LOG_LEAVE, u"CTNGSharedDataMgr::LoadDB");
-    return QXTNG_SUCCESS;
+    return bAdded ? QXTNG_SUCCESS : QXTNG_ERROR_LOCK_FAILED;
 }
 
-void CTNGSharedDataMgr::AddLoadedRecords() {
+bool CTNGSharedDataMgr::AddLoadedRecords() {
     const TNGLockHold folderMaps(GetFolderMapMutex(), false);
-    if (!folderMaps.IsHeld()) return;
+    if (!folderMaps.IsHeld()) return false;
     std::size_t count = 0;
     m_pFolderMaps->ForEach([&count](const CTNGFolderMap& folderMap) {
         count += static_cast<std::size_t>(folderMap.FileDataList->GetCount());
@@ -50,6 +50,7 @@ void CTNGSharedDataMgr::AddLoadedRecords() {
             if (pRecord->m_bDeleted == 0) AddItemByKey(pRecord, pRecord->m_strFilePath);
         }
     });
+    return true;
 }
 
 std::uint32_t CTNGSharedDataMgr::LoadFolderData(const char16_t* path, bool bPathIsFile) {
@@ -76,16 +77,19 @@ std::uint32_t CTNGSharedDataMgr::LoadFolderData(const char16_t* path, bool bPath
     return result;
 }
 
-void CTNGSharedDataMgr::ForgetOrDelete(bool bDeleteFiles) {
-    {
-        const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
-        if (shared.IsLocked()) ClearIndex();
-    }
+// The path index goes with the records that it points at, or neither of them does.
+std::uint32_t CTNGSharedDataMgr::ForgetOrDelete(bool bDeleteFiles) {
+    const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
+    if (!shared.IsLocked()) return QXTNG_ERROR_LOCK_FAILED;
+    ClearIndex();
     m_pFolderMaps->DeleteAll(bDeleteFiles);
+    return QXTNG_SUCCESS;
 }
 
 std::uint32_t CTNGSharedDataMgr::SetCacheEnabled(bool bEnable) {
-    if (!bEnable) ForgetOrDelete(true);
+    if (!bEnable) {
+        if (const std::uint32_t result = ForgetOrDelete(true); result != QXTNG_SUCCESS) return result;
+    }
     m_bCacheEnabled = bEnable;
     return QXTNG_SUCCESS;
 }

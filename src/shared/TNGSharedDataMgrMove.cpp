@@ -20,13 +20,6 @@ bool Exists(const std::u16string& path) {
     return CTNGFileInfo::FindFileData(path.c_str(), nullptr, true);
 }
 
-void DeleteFiles(const CTNGFolderMap& folderMap, const std::u16string& folder) {
-    DeleteCacheFile(PathIn(folder, folderMap.m_strListFileName), folderMap.m_nListFileKey, true,
-                    TNG_LOCK_TIMEOUT_MS);
-    DeleteCacheFile(PathIn(folder, folderMap.m_strDataFileName), folderMap.m_nDataFileKey, false,
-                    TNG_LOCK_TIMEOUT_MS);
-}
-
 }  // namespace
 
 std::uint32_t CTNGSharedDataMgr::UpdateCacheFolder(const std::u16string& newFolder) {
@@ -46,29 +39,36 @@ std::uint32_t CTNGSharedDataMgr::UpdateCacheFolder(const std::u16string& newFold
 // The index is the first of the files to be deleted, here as there: a folder that is left in the middle has
 // no index without its files.
 std::uint32_t CTNGSharedDataMgr::MoveFolderMaps(const std::u16string& newFolder) {
-    const std::u16string oldFolder = s_strCacheFolder.Get();
     const std::u16string newIndex = PathIn(newFolder, m_strIndexFileName);
-    bool bCopied = CopyCacheFileNoLock(CachePath(m_strIndexFileName), newIndex, false);
-    std::vector<const CTNGFolderMap*> tried;
+    if (!CopyCacheFileNoLock(CachePath(m_strIndexFileName), newIndex, false)) return 0;
+    std::vector<std::u16string> copies;
+    bool bCopied = true;
     m_pFolderMaps->ForEach([&](const CTNGFolderMap& folderMap) {
-        if (!bCopied) return;
-        tried.push_back(&folderMap);
-        bCopied = CopyFolderMapFiles(folderMap, newFolder);
+        bCopied = bCopied && CopyFolderMapFiles(folderMap, newFolder, &copies);
     });
-    if (bCopied)
-        DeleteCacheFileNoLock(CachePath(m_strIndexFileName));
-    else
+    if (!bCopied) {
         DeleteCacheFileNoLock(newIndex);
-    for (const CTNGFolderMap* pFolderMap : tried)
-        DeleteFiles(*pFolderMap, bCopied ? oldFolder : newFolder);
-    return bCopied ? 1 : 0;
+        for (const std::u16string& copy : copies)
+            DeleteCacheFileNoLock(copy);
+        return 0;
+    }
+    DeleteCacheFileNoLock(CachePath(m_strIndexFileName));
+    m_pFolderMaps->ForEach([](const CTNGFolderMap& folderMap) {
+        folderMap.DeleteListFile();
+        folderMap.DeleteDataFile();
+    });
+    return 1;
 }
 
-bool CTNGSharedDataMgr::CopyFolderMapFiles(const CTNGFolderMap& folderMap, const std::u16string& newFolder) {
+bool CTNGSharedDataMgr::CopyFolderMapFiles(const CTNGFolderMap& folderMap, const std::u16string& newFolder,
+                                           std::vector<std::u16string>* pCopies) {
     const auto copy = [&](const std::u16string& name, std::uint32_t key, bool bListFile) {
         const std::u16string source = CachePath(name);
-        return !Exists(source) ||
-               CopyCacheFile(source, PathIn(newFolder, name), key, false, bListFile, TNG_LOCK_TIMEOUT_MS);
+        const std::u16string target = PathIn(newFolder, name);
+        if (!Exists(source)) return true;
+        if (!CopyCacheFile(source, target, key, false, bListFile, TNG_LOCK_TIMEOUT_MS)) return false;
+        pCopies->push_back(target);
+        return true;
     };
     // A list that has changed is going to be written anew anyway.
     const bool bList = copy(folderMap.m_strListFileName, folderMap.m_nListFileKey, true);

@@ -59,7 +59,8 @@ int CTNGSharedDataMgr::MarkStaleBlock(const std::u16string& path) {
 }
 
 int CTNGSharedDataMgr::SaveFolderMap(const std::u16string& folder, bool bCompact) {
-    const CTNGAutoMutexPtr shared(GetSharedMutex(), false, TNG_LOCK_TIMEOUT_MS, true);
+    // For writing: a compaction changes the locations in the records.
+    const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
     const TNGLockHold folderMaps(GetFolderMapMutex(), true);
     if (!shared.IsLocked() || !folderMaps.IsHeld()) return 0;
     CTNGFolderMap* const pFolderMap = m_pFolderMaps->FindItem(folder);
@@ -87,8 +88,10 @@ std::uint32_t CTNGSharedDataMgr::GetFolderList(std::vector<std::u16string>* pLis
 
 std::uint32_t CTNGSharedDataMgr::RefreshDBInSysFileCache() {
     if (!TNGRefresh::IsDue()) return QXTNG_SUCCESS;
-    const TNGLockHold folderMaps(GetFolderMapMutex(), false);
-    if (!folderMaps.IsHeld()) return HasFolderMaps() ? QXTNG_ERROR_LOCK_FAILED : QXTNG_ERROR_FAILED;
+    const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
+    if (!pMutex) return QXTNG_ERROR_FAILED;  // nothing was ever loaded
+    const TNGLockHold folderMaps(pMutex, false);
+    if (!folderMaps.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
     if (m_pFolderMaps->IsEmpty()) return QXTNG_ERROR_FAILED;
     std::vector<std::u16string> names;
     m_pFolderMaps->ForEach(

@@ -1,0 +1,109 @@
+// The manager's side of background requests: the registry of their threads.
+
+#include <utility>
+#include <vector>
+
+#include "TNGMgr.h"
+#include "common/TNGFileInfo.h"
+#include "common/TNGLog.h"
+
+namespace {
+
+constexpr char16_t s_szLogSource[] = u"TNGMgr";
+
+}  // namespace
+
+std::uint32_t CTNGMgr::GenerateThumbnailInBackGround(const char16_t* pszFilePath, const TNGSize& size,
+                                                     int eSourceMode, std::uint32_t eOutputForm,
+                                                     TNGThumbnailCallback pfnCallback,
+                                                     TNGBackgroundContext* pContext, unsigned* pnThreadId) {
+    if (size.nWidth == 0 || size.nHeight == 0) return QXTNG_ERROR_INVALID_ARGUMENT;
+    TNGBackgroundRequest request{
+        {pszFilePath, size, static_cast<std::uint32_t>(eSourceMode), eOutputForm, {}}, pfnCallback, pContext};
+    if (*pnThreadId == 0) return CreateThreadObject(request, pnThreadId);
+
+    CTNGThread* pThread = nullptr;
+    {
+        const TNGGuardLock lock(m_registryGuard);
+        pThread = FindItem(*pnThreadId);
+        if (!pThread) return QXTNG_ERROR_THREAD_NOT_FOUND;
+        if (pThread->IsThreadActive()) {
+            if (pThread->IsBusy()) return QXTNG_ERROR_THREAD_BUSY;
+            if (!CTNGFileInfo::FindFileData(pszFilePath, &request.request.entry, false))
+                return QXTNG_ERROR_INVALID_ARGUMENT;
+            return pThread->StartThread(request, nullptr);
+        }
+    }
+    return RemoveEndedThread(*pnThreadId);
+}
+
+std::uint32_t CTNGMgr::CreateThreadObject(const TNGBackgroundRequest& filed, unsigned* pnThreadId) {
+    TNGBackgroundRequest request = filed;
+    if (!CTNGFileInfo::FindFileData(request.request.path.c_str(), &request.request.entry, false))
+        return QXTNG_ERROR_INVALID_ARGUMENT;
+    auto pThread = std::make_unique<CTNGThread>();
+    // Until the registry has it: the callback may be there before this function returns, and use the id.
+    const TNGGuardLock lock(m_registryGuard);
+    unsigned nThreadId = 0;
+    if (const std::uint32_t result = pThread->StartThread(request, &nThreadId); result != QXTNG_SUCCESS)
+        return result;
+    *pnThreadId = nThreadId;
+    RemoveItem(nThreadId);  // of a thread that ended unnoticed, and whose number has been given anew
+    AddItemByKey(pThread.get(), nThreadId);
+    pThread.release();
+    TNG_LOG(TNG_LOG_INFO, u"Thread Id:");
+    return QXTNG_SUCCESS;
+}
+
+// Out of the registry; null if it is not there.
+std::unique_ptr<CTNGThread> CTNGMgr::TakeThread(unsigned nThreadId) {
+    const TNGGuardLock lock(m_registryGuard);
+    std::unique_ptr<CTNGThread> pThread(FindItem(nThreadId));
+    m_pTable->erase(nThreadId);
+    return pThread;
+}
+
+std::uint32_t CTNGMgr::RemoveEndedThread(unsigned nThreadId) {
+    TakeThread(nThreadId);
+    return QXTNG_ERROR_THREAD_NOT_FOUND;
+}
+
+std::uint32_t CTNGMgr::QXStopBackGroundThread(unsigned nThreadId) {
+    const std::unique_ptr<CTNGThread> pThread = TakeThread(nThreadId);
+    if (!pThread) {
+        TNG_LOG(TNG_LOG_INFO, u"Thread doesn't exist");
+        return QXTNG_ERROR_THREAD_NOT_FOUND;
+    }
+    TNG_LOG(TNG_LOG_INFO, u"Thread exist, stopping Thread");
+    const std::uint32_t result = pThread->StopThread();
+    TNG_LOG(TNG_LOG_INFO, u"Removing Thread entry");
+    return result;
+}
+
+std::uint32_t CTNGMgr::IsBackGroundThreadActive(unsigned nThreadId, int* pbActive) {
+    if (!pbActive) return QXTNG_ERROR_INVALID_ARGUMENT;
+    *pbActive = 0;
+    {
+        const TNGGuardLock lock(m_registryGuard);
+        const CTNGThread* const pThread = FindItem(nThreadId);
+        if (!pThread) return QXTNG_ERROR_THREAD_NOT_FOUND;
+        if (pThread->IsThreadActive()) {
+            *pbActive = 1;
+            return QXTNG_SUCCESS;
+        }
+    }
+    return RemoveEndedThread(nThreadId);
+}
+
+void CTNGMgr::StopThreads() {
+    std::vector<std::unique_ptr<CTNGThread>> threads;
+    {
+        const TNGGuardLock lock(m_registryGuard);
+        for (const auto& [nThreadId, pThread] : *m_pTable)
+            threads.emplace_back(pThread);
+        m_pTable->clear();
+    }
+    for (const auto& pThread : threads)
+        pThread->AskToStop();
+    threads.clear();  // waits for each
+}

@@ -1,0 +1,135 @@
+// The object of a background worker.
+
+#include "TNGThread.h"
+
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+#include "TNGWorker.h"
+#include "common/TNGGuard.h"
+#include "common/TNGLog.h"
+#include "platform/Semaphores.h"
+#include "platform/Threads.h"
+
+namespace {
+
+constexpr char16_t s_szLogSource[] = u"TNGThread";
+
+constexpr std::uint32_t kGrace = 25;            // ms for a request in work
+constexpr std::uint32_t kCallbackGrace = 1000;  // ms for a callback that has begun
+
+// The thread shares the worker.
+unsigned threadProc(void* pArgument) {
+    const std::unique_ptr<std::shared_ptr<TNGWorker>> pWorker(
+        static_cast<std::shared_ptr<TNGWorker>*>(pArgument));
+    (*pWorker)->Run();
+    return 0;
+}
+
+// A worker that has been stopped, and whose thread may still be on its way out.
+struct Leaver {
+    Platform::Thread* hThread;
+    std::shared_ptr<TNGWorker> pWorker;
+    unsigned nThreadId;
+};
+
+TNGGuard s_leaversGuard;
+std::vector<Leaver>* s_pLeavers =
+    nullptr;  // guarded by s_leaversGuard; made by the first, needs no destructor
+
+void ReapLeavers() {
+    std::erase_if(*s_pLeavers, [](const Leaver& leaver) {
+        if (Platform::WaitForSingleObject(leaver.hThread, 0) != Platform::WAIT_OBJECT_0) return false;
+        Platform::CloseHandle(leaver.hThread);
+        return true;
+    });
+}
+
+void AddLeaver(Leaver leaver) {
+    const TNGGuardLock lock(s_leaversGuard);
+    if (!s_pLeavers) s_pLeavers = new std::vector<Leaver>;
+    ReapLeavers();
+    s_pLeavers->push_back(std::move(leaver));
+}
+
+}  // namespace
+
+CTNGThread::CTNGThread() : m_pWorker(std::make_shared<TNGWorker>()) {}
+
+CTNGThread::~CTNGThread() {
+    StopThread();
+}
+
+bool CTNGThread::IsBusy() const {
+    return m_hThread && m_pWorker->IsBusy();
+}
+
+bool CTNGThread::IsThreadActive() const {
+    std::uint32_t nExitCode = 0;
+    return m_hThread && Platform::GetExitCodeThread(m_hThread, &nExitCode) &&
+           nExitCode == Platform::STILL_ACTIVE;
+}
+
+std::uint32_t CTNGThread::StartThread(const TNGBackgroundRequest& request, unsigned* pnThreadId) {
+    if (!m_pWorker->File(request)) return QXTNG_ERROR_THREAD_BUSY;
+    if (!m_hThread) {
+        auto pShared = std::make_unique<std::shared_ptr<TNGWorker>>(m_pWorker);
+        m_hThread = Platform::_beginthreadex(&threadProc, pShared.get(), &m_nThreadId);
+        if (!m_hThread) {
+            const bool bResources = errno == EAGAIN;
+            CloseThreadHandles();
+            return bResources ? QXTNG_ERROR_THREAD_RESOURCES : QXTNG_ERROR_FAILED;
+        }
+        pShared.release();
+        Platform::SetThreadPriority(m_hThread, Platform::THREAD_PRIORITY_BELOW_NORMAL);
+    }
+    if (pnThreadId) *pnThreadId = m_nThreadId;
+    return QXTNG_SUCCESS;
+}
+
+void CTNGThread::AskToStop() {
+    m_pWorker->Stop();
+}
+
+std::uint32_t CTNGThread::StopThread() {
+    TNG_LOG(TNG_LOG_ENTER, u"StopThread");
+    std::uint32_t result = QXTNG_SUCCESS;
+    if (!IsThreadActive()) {
+        TNG_LOG(TNG_LOG_INFO, u"Thread is stopped already, may be due to exception or intensely");
+        result = QXTNG_ERROR_THREAD_NOT_FOUND;
+    } else {
+        m_pWorker->Stop();
+        if (IsBusy()) {
+            TNG_LOG(TNG_LOG_INFO, u"Thread is busy");
+            TNG_LOG(TNG_LOG_INFO, u"Allowing Thread to complete, waiting for 25 millisec.");
+            m_pWorker->WaitUntilDone(kGrace);
+            TNG_LOG(TNG_LOG_INFO, u"Closing Thread handle");
+        }
+        m_pWorker->WaitUntilCallbackIsOver(kCallbackGrace);
+    }
+    CloseThreadHandles();
+    TNG_LOG(TNG_LOG_LEAVE, u"StopThread");
+    return result;
+}
+
+void CTNGThread::CloseThreadHandles() {
+    m_pWorker->Stop();
+    if (m_hThread) AddLeaver({std::exchange(m_hThread, nullptr), m_pWorker, m_nThreadId});
+    m_nThreadId = 0;
+}
+
+void CTNGThread::JoinStoppedThreads() {
+    std::unique_ptr<std::vector<Leaver>> pLeavers;
+    {
+        const TNGGuardLock lock(s_leaversGuard);
+        pLeavers.reset(std::exchange(s_pLeavers, nullptr));
+    }
+    if (!pLeavers) return;
+    for (const Leaver& leaver : *pLeavers) {
+        const bool bOwn = leaver.nThreadId == Platform::GetCurrentThreadId();
+        if (!bOwn && leaver.pWorker->WaitUntilCallbackIsOver(kCallbackGrace))
+            Platform::WaitForSingleObject(leaver.hThread, Platform::INFINITE);
+        Platform::CloseHandle(leaver.hThread);
+    }
+}
