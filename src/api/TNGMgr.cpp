@@ -210,7 +210,7 @@ std::uint32_t CTNGMgr::UpdateThumbnail(const char16_t* pszFilePath) {
 }
 
 std::uint32_t CTNGMgr::UpdateFolder(const char16_t* pszFolder) {
-    return Exists(pszFolder) ? m_pDBMgr->UpdateFolder(pszFolder, true) : QXTNG_ERROR_INVALID_ARGUMENT;
+    return Exists(pszFolder) ? m_pDBMgr->UpdateFolder(pszFolder) : QXTNG_ERROR_INVALID_ARGUMENT;
 }
 
 std::uint32_t CTNGMgr::UpdateAllOfCache() {

@@ -130,26 +130,34 @@ class CTNGDBMgr {
 
     /// --- Maintenance ---
 
+    /// Starts the reading of all data files in the background, unless it has been done lately.
     std::uint32_t RefreshDBInSysFileCache();
-    std::uint32_t DeleteThumbnail(const std::u16string&) { return QXTNG_ERROR_FAILED; }
-    std::uint32_t DeleteFolder(const std::u16string&) { return QXTNG_ERROR_FAILED; }
-    std::uint32_t UpdateFileInfo(const std::u16string&) { return QXTNG_ERROR_FAILED; }
-    std::uint32_t UpdateThumbnail(const std::u16string&) { return QXTNG_ERROR_FAILED; }
-    std::uint32_t UpdateFolder(const std::u16string&, bool) { return QXTNG_ERROR_FAILED; }
-    std::uint32_t UpdateAllOfCache() { return QXTNG_ERROR_FAILED; }
+
+    /// Delete the entry of a file, or of all files right in a folder; saved at once.
+    std::uint32_t DeleteThumbnail(const std::u16string& path);
+    std::uint32_t DeleteFolder(const std::u16string& folder);
+
+    /// Accepts a changed file as it now is: the thumbnails stay. Saved at once.
+    std::uint32_t UpdateFileInfo(const std::u16string& path);
+
+    /// Makes the thumbnails of a file, of the files right in a folder, or of all files anew where the file
+    /// has changed, and drops those of files that are gone. Saved with the next batch, or by Shutdown().
+    std::uint32_t UpdateThumbnail(const std::u16string& path);
+    std::uint32_t UpdateFolder(const std::u16string& folder);
+    std::uint32_t UpdateAllOfCache();
 
   private:
     struct NewThumbnail;
-    struct FoundRecord;
 
     int Add(CTNGAddition& addition, NewThumbnail& thumbnail);
     bool StoreBytes(CTNGAddition& addition, NewThumbnail& thumbnail, std::int32_t* pOffset);
     void PublishThumbnail(CTNGAddition& addition);
     bool RecordDefaultThumbnail(std::uint32_t eFileType, const std::u16string& path,
                                 const Platform::WIN32_FIND_DATAW& fileInfo, std::int32_t nSize);
-    bool FindLiveRecord(const std::u16string& path, FoundRecord* pFound);
+    std::uint32_t UpdateFolderEntered(const std::u16string& folder);
+    bool FindLiveRecord(const std::u16string& path, TNGFoundRecord* pFound);
     bool DropEntry(const std::u16string& path);
-    int ReadThumbnail(const std::u16string& path, const FoundRecord& found, const TNGSize& requested,
+    int ReadThumbnail(const std::u16string& path, const TNGFoundRecord& found, const TNGSize& requested,
                       TNGBuffer& pBuffer, std::int32_t* pSize, int* peOrigin);
     void NoteDamage(const std::u16string& path, TNGDataFileStatus eStatus);
     std::uint32_t EnableOrDisable(bool bEnable);

@@ -1,6 +1,7 @@
 // Putting thumbnails into the cache.
 
 #include "TNGAddition.h"
+#include "TNGCompressed.h"
 #include "TNGDBMgr.h"
 #include "common/TNGLog.h"
 #include "common/TNGThreshold.h"
@@ -32,15 +33,6 @@ const char16_t* SlotFailure(std::uint32_t eFileType) {
             return u"CTNGDBMgr::AddThumbnailToCache:HeapAlloc for still image buffer failed";
     }
 }
-
-// An image compressed for the cache.
-struct Compressed {
-    TNGBuffer pBuffer;
-    std::int32_t nSize = 0;
-
-    bool Make(Gdiplus::Image& image) { return SaveImageToMemory(image, false, pBuffer, &nSize) && nSize > 0; }
-    TNGThumbnailBytes Bytes() const { return {pBuffer.get(), nSize}; }
-};
 
 }  // namespace
 
@@ -155,9 +147,9 @@ int CTNGDBMgr::AddThumbnailFromImage(CTNGThumbnailProducer& producer, const std:
                                      Gdiplus::Image& image, std::uint32_t eFileType,
                                      const Platform::WIN32_FIND_DATAW& fileInfo, int eOrigin,
                                      const TNGSize* pOriginalSize) {
-    Compressed extraLarge;
-    Compressed large;
-    Compressed small;
+    TNGCompressed extraLarge;
+    TNGCompressed large;
+    TNGCompressed small;
     const bool bDefault = eOrigin == ORIGIN_DEFAULT;
     const bool bKeepsExtraLarge = eFileType == ASSET_TYPE_VIDEO || IsLargeFile(fileInfo);
     if (!bDefault || !IsDefaultImageCached(eFileType)) {

@@ -69,15 +69,6 @@ void CTNGDBMgr::SynchronizeCache() {
     }
 }
 
-std::uint32_t CTNGDBMgr::RefreshDBInSysFileCache() {
-    if (!IsCacheEnabled()) return QXTNG_ERROR_CACHE_DISABLED;
-    const CTNGCacheEntry entry(u"CTNGDBMgr::RefreshDBInSysFileCache", s_szLogSource);
-    if (!entry.IsIn()) return QXTNG_ERROR_CACHE_LOCKED;
-    SynchronizeIfLoaded();
-    if (const std::uint32_t result = LoadIndex(); result != QXTNG_SUCCESS) return result;
-    return m_pSharedData->RefreshDBInSysFileCache();
-}
-
 // The index file alone, unless something is loaded.
 std::uint32_t CTNGDBMgr::LoadIndex() {
     const std::scoped_lock load(m_load);

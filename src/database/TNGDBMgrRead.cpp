@@ -11,7 +11,6 @@
 #include "platform/Memory.h"
 #include "store/TNGCachePaths.h"
 #include "store/TNGDataFile.h"
-#include "store/TNGDataGeneration.h"
 #include "store/TNGThumbnailLocation.h"
 
 namespace {
@@ -96,20 +95,11 @@ bool CTNGDBMgr::GetSizeOriginal(const std::u16string& path, TNGSize* pSize, bool
     return true;
 }
 
-/// A copy of a record, and what is needed to read its block.
-struct CTNGDBMgr::FoundRecord {
-    CTNGFileData record;
-    TNGDataGeneration generation;
-    std::uint32_t nDataFileKey = 0;
-};
-
-bool CTNGDBMgr::FindLiveRecord(const std::u16string& path, FoundRecord* pFound) {
+bool CTNGDBMgr::FindLiveRecord(const std::u16string& path, TNGFoundRecord* pFound) {
     const CTNGAutoMutexPtr shared(m_pSharedData->GetSharedMutex(), false, TNG_LOCK_TIMEOUT_MS, true);
     const CTNGFileData* const pLive = shared.IsLocked() ? m_pSharedData->FindItem(path) : nullptr;
     if (!pLive || pLive->m_bDeleted != 0) return false;
-    pFound->record = *pLive;
-    pFound->generation = TNGDataGeneration(*pLive->m_pFolderMap);
-    pFound->nDataFileKey = pLive->m_pFolderMap->m_nDataFileKey;
+    pFound->Take(*pLive);
     return true;
 }
 
@@ -118,7 +108,7 @@ int CTNGDBMgr::GetThumbnailFromCache(const std::u16string& path, TNGBuffer& pBuf
                                      const Platform::WIN32_FIND_DATAW& fileInfo, int* peOrigin) {
     pBuffer.reset();
     try {
-        FoundRecord found;
+        TNGFoundRecord found;
         if (!FindLiveRecord(path, &found)) return kNotRead;
         const CTNGFileData& record = found.record;
         *peFileType = record.m_eFileType;
@@ -153,8 +143,9 @@ bool CTNGDBMgr::DropEntry(const std::u16string& path) {
     return true;
 }
 
-int CTNGDBMgr::ReadThumbnail(const std::u16string& path, const FoundRecord& found, const TNGSize& requested,
-                             TNGBuffer& pBuffer, std::int32_t* pSize, int* peOrigin) {
+int CTNGDBMgr::ReadThumbnail(const std::u16string& path, const TNGFoundRecord& found,
+                             const TNGSize& requested, TNGBuffer& pBuffer, std::int32_t* pSize,
+                             int* peOrigin) {
     std::int32_t offset = -1;
     std::int32_t trailerOffset = -1;
     GetThumbnailLocation(found.record, requested, &offset, pSize, &trailerOffset);

@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "common/TNGCollectionBase2.h"
+#include "locks/TNGLockHold.h"
 #include "locks/TNGMutex.h"
+#include "shared/TNGFoundRecord.h"
 #include "shared/TNGRefresh.h"
 #include "store/TNGFileData.h"
 #include "store/TNGFolderMapCollection.h"
@@ -96,8 +98,8 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
     /// Fills `pList` with copies of those records of a folder whose source files have changed; the copies
     /// bear the files' present times and sizes. Records whose files are gone are deleted, and `*pbRemoved`
     /// set. The caller holds sharedMutex for writing.
-    std::uint32_t GetModifiedFiles(const std::u16string& folder,
-                                   std::vector<std::unique_ptr<CTNGFileData>>* pList, bool* pbRemoved);
+    std::uint32_t GetModifiedFiles(const std::u16string& folder, std::vector<TNGFoundRecord>* pList,
+                                   bool* pbRemoved);
 
     /// Notes that a record of the folder got a new block in place of one that is dead now.
     std::uint32_t MarkFolderModified(const std::u16string& folder);
@@ -136,6 +138,7 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
                             std::vector<std::u16string>* pCopies);
     void TakeUpForeignFolders();
     CTNGFolderMap* FindOrMakeFolderMap(const std::u16string& folder, bool* pbNew);
+    std::uint32_t SaveIndexOfTheRest(TNGLockHold& folderMaps);
     void DeleteFolderOfLastRecord(const CTNGFolderMap& folderMap);
     std::uint32_t RewriteList(CTNGFolderMap& folderMap, bool bCompact);
 

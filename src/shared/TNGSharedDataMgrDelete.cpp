@@ -18,16 +18,21 @@ std::uint32_t CTNGSharedDataMgr::DeleteFileData(const std::u16string& path, bool
     if (!pFolderMap) return QXTNG_SUCCESS;
     if (pFolderMap->FileDataList->GetCount() == 1) {
         DeleteFolderOfLastRecord(*pFolderMap);
-        const bool bFoldersLeft = !m_pFolderMaps->IsEmpty();
-        folderMaps.Release();
-        if (bFoldersLeft) return m_pFolderMaps->SaveFolderMaps(m_strIndexFileName, false);
-        CTNGFolderMapCollection::DeleteIndexFile(m_strIndexFileName);
-        return QXTNG_SUCCESS;
+        return SaveIndexOfTheRest(folderMaps);
     }
     pFolderMap->NoteChangedRecord();
     pFolderMap->FileDataList->RemoveRecord(path);
     if (bHasBlock) ++pFolderMap->m_nStaleBlocks;
     return bSaveList ? RewriteList(*pFolderMap, false) : QXTNG_SUCCESS;
+}
+
+// Without the folder that has just gone. Gives the hold back, which saving takes itself.
+std::uint32_t CTNGSharedDataMgr::SaveIndexOfTheRest(TNGLockHold& folderMaps) {
+    const bool bFoldersLeft = !m_pFolderMaps->IsEmpty();
+    folderMaps.Release();
+    if (bFoldersLeft) return m_pFolderMaps->SaveFolderMaps(m_strIndexFileName, false);
+    CTNGFolderMapCollection::DeleteIndexFile(m_strIndexFileName);
+    return QXTNG_SUCCESS;
 }
 
 void CTNGSharedDataMgr::DeleteFolderOfLastRecord(const CTNGFolderMap& folderMap) {
@@ -39,8 +44,11 @@ void CTNGSharedDataMgr::DeleteFolderOfLastRecord(const CTNGFolderMap& folderMap)
 
 std::uint32_t CTNGSharedDataMgr::DeleteFolder(const std::u16string& folder) {
     const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
-    const TNGLockHold folderMaps(GetFolderMapMutex(), true);
+    TNGLockHold folderMaps(GetFolderMapMutex(), true);
     if (!shared.IsLocked() || !folderMaps.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
     CTNGFolderMap* const pFolderMap = m_pFolderMaps->FindItem(folder);
-    return pFolderMap ? RemoveFolderMap(pFolderMap) : QXTNG_ERROR_NOT_CACHED;
+    if (!pFolderMap) return QXTNG_ERROR_NOT_CACHED;
+    if (!pFolderMap->m_bListLoaded) pFolderMap->DeleteListFile();  // nobody else would
+    RemoveFolderMap(pFolderMap);
+    return SaveIndexOfTheRest(folderMaps);
 }

@@ -14,8 +14,7 @@ bool HasPictureOfItsOwn(const CTNGFileData& record) {
 }  // namespace
 
 std::uint32_t CTNGSharedDataMgr::GetModifiedFiles(const std::u16string& folder,
-                                                  std::vector<std::unique_ptr<CTNGFileData>>* pList,
-                                                  bool* pbRemoved) {
+                                                  std::vector<TNGFoundRecord>* pList, bool* pbRemoved) {
     const TNGLockHold folderMaps(GetFolderMapMutex(), true);
     if (!folderMaps.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
     CTNGFolderMap* const pFolderMap = m_pFolderMaps->FindItem(folder);
@@ -31,10 +30,10 @@ std::uint32_t CTNGSharedDataMgr::GetModifiedFiles(const std::u16string& folder,
             *pbRemoved = true;
             RemoveFromIndex(record.m_strFilePath);
         } else if (!IsSameFile(record, entry)) {
-            auto pCopy = std::make_unique<CTNGFileData>(record);
-            pCopy->m_ftLastWrite = entry.ftLastWriteTime;
-            pCopy->m_nFileSize = entry.nFileSizeLow;
-            pList->push_back(std::move(pCopy));
+            TNGFoundRecord& found = pList->emplace_back();
+            found.Take(record);
+            found.record.m_ftLastWrite = entry.ftLastWriteTime;
+            found.record.m_nFileSize = entry.nFileSizeLow;
         }
     }
     return QXTNG_SUCCESS;

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "common/TNGCollectionBase2.h"
+#include "store/TNGDataGeneration.h"
+#include "store/TNGFileData.h"
+
+/// A copy of a record, to be worked on with no lock held, and what is needed to read its block or to write
+/// the copy back.
+struct TNGFoundRecord {
+    CTNGFileData record;
+    TNGDataGeneration generation;
+    std::uint32_t nDataFileKey = 0;
+
+    /// The caller holds sharedMutex.
+    void Take(const CTNGFileData& live);
+
+    /// Writes the copy over the live record of its path, if that is still there, not deleted, and its block
+    /// in the same data file. The caller holds sharedMutex for writing.
+    bool WriteBack(const CTNGCollectionBase2<std::u16string, CTNGFileData>& pathIndex);
+};
