@@ -21,19 +21,17 @@ std::chrono::milliseconds StepOf(std::uint32_t timeout) {
 
 }  // namespace
 
-int CTNGCacheMutex::Lock(const TNGLockType& type, std::uint32_t timeout) {
-    {
-        const TNGGuardLock lock(m_guard);
-        if (m_bLocked && type == TNG_LOCK_WRITE && m_eLockType == TNG_LOCK_READ) {
-            m_nReadersTakenOver = m_nReadCount;
-            m_nReadCount = 0;
-            m_eLockType = TNG_LOCK_WRITE;
-            m_change.NotifyAll();
-            TNG_LOG(TNG_LOG_INFO, u"Read lock on cache mutex changed to write lock.");
-            return 1;
-        }
-    }
-    return CTNGMutex::Lock(type, timeout);
+bool CTNGCacheMutex::CanJoin(TNGLockType) const {
+    return m_bLocked && m_eLockType == TNG_LOCK_READ;
+}
+
+void CTNGCacheMutex::Join(TNGLockType type) {
+    if (type == TNG_LOCK_READ) return CTNGMutex::Join(type);
+    m_nReadersTakenOver = m_nReadCount;
+    m_nReadCount = 0;
+    m_eLockType = TNG_LOCK_WRITE;
+    m_change.NotifyAll();
+    TNG_LOG(TNG_LOG_INFO, u"Read lock on cache mutex changed to write lock.");
 }
 
 bool CTNGCacheMutex::JoinWriter(std::uint32_t timeout) {

@@ -9,15 +9,12 @@
 #include "locks/TNGMutex.h"
 
 /// The lock of a whole cache folder, and the only one that reaches other processes: whoever holds it has the
-/// folder to itself. The threads of a process share one hold of it as readers. It is always the outermost
-/// lock.
+/// folder to itself. The threads of a process share one hold of it as readers. A writer takes over what
+/// readers of this process hold, without waiting: they give the hold back when the writer is gone and the
+/// last of them has left. It is always the outermost lock.
 class CTNGCacheMutex : public CTNGMutex {
   public:
     explicit CTNGCacheMutex(const std::u16string& name) : CTNGMutex(name) {}
-
-    /// As CTNGMutex::Lock(), but that a writer takes over what readers of this process hold, without waiting:
-    /// they give the hold back when the writer is gone and the last of them has left.
-    int Lock(const TNGLockType& type, std::uint32_t timeout) override;
 
     /// Joins what a writer of this process holds: the hold outlives the writer until Unlock(false). False if
     /// there is no writer within `timeout` ms.
@@ -34,6 +31,9 @@ class CTNGCacheMutex : public CTNGMutex {
     static bool WaitForAbandonToFree(std::uint32_t timeout);
 
   private:
+    bool CanJoin(TNGLockType type) const override TNG_REQUIRES(m_guard);
+    void Join(TNGLockType type) override TNG_REQUIRES(m_guard);
+
     bool IsFree(std::int32_t nReadersLeft) const TNG_REQUIRES(m_guard) {
         return !m_bLocked || m_nReadCount <= nReadersLeft;
     }

@@ -14,8 +14,12 @@ std::atomic<CTNGFileLockRegistry*> s_pRegistry{nullptr};
 
 TNGFileLock CTNGFileLockRegistry::GetFileLock(std::uint32_t key, bool bListFile) {
     const TNGGuardLock lock(m_guard);
-    TNGFileLock& pLock = TableOf(bListFile)[key];
-    if (!pLock) pLock = std::make_shared<CTNGMutex>();
+    Table& table = TableOf(bListFile);
+    const auto found = table.find(key);
+    if (found != table.end()) return found->second;
+    // Made first: if there is no memory for it, the table must not have an entry without a lock.
+    auto pLock = std::make_shared<CTNGMutex>();
+    table.emplace(key, pLock);
     return pLock;
 }
 

@@ -66,32 +66,43 @@ bool CTNGMutex::CanJoin(TNGLockType type) const {
     return m_bLocked && m_eLockType == TNG_LOCK_READ && type == TNG_LOCK_READ;
 }
 
+void CTNGMutex::Join(TNGLockType) {
+    ++m_nReadCount;
+}
+
 int CTNGMutex::Lock(const TNGLockType& type, std::uint32_t timeout) {
     if (!m_hSemaphore) return 0;
     const TNGGuardLock lock(m_guard);
     const bool bCollides = m_eLockType != TNG_LOCK_NONE && m_eLockType != type;
-    if (timeout == 0 && bCollides) return 0;
-    const auto failed = [this] {
-        TNG_LOG(TNG_LOG_INFO, m_strName.c_str());
-        TNG_LOG(TNG_LOG_INFO, u":Wait failed");
-        TNG_LOG(TNG_LOG_LEAVE, u"CTNGMutex::Lock");
-        return 0;
-    };
+    if (timeout == 0 && bCollides && !CanJoin(type)) return 0;
     const Limit limit(timeout);
     for (;;) {
         if (CanJoin(type)) {
-            ++m_nReadCount;
+            Join(type);
             return 1;
         }
         const std::uint32_t left = limit.Left();
         if (m_bLocked && timeout > 0) {
-            if (left == 0 || !WaitWhileHeld(left, std::max(left / kLooks, 1u))) return failed();
+            if (left == 0 || !WaitWhileHeld(type, left, std::max(left / kLooks, 1u))) return WaitFailed();
         } else if (m_bTaking) {
-            if (left == 0 || !WaitWhileAnotherTakes(left)) return failed();
+            if (left == 0 || !WaitWhileAnotherTakes(left)) return LockFailed();
         } else {
             return TakeSemaphore(type, left);
         }
     }
+}
+
+int CTNGMutex::WaitFailed() const {
+    TNG_LOG(TNG_LOG_INFO, m_strName.c_str());
+    TNG_LOG(TNG_LOG_INFO, u":Wait failed");
+    TNG_LOG(TNG_LOG_LEAVE, u"CTNGMutex::Lock");
+    return 0;
+}
+
+int CTNGMutex::LockFailed() const {
+    TNG_LOG(TNG_LOG_INFO, u"Mutex Lock Failed:");
+    TNG_LOG(TNG_LOG_INFO, m_strName.c_str());
+    return 0;
 }
 
 // One thread at a time waits for the semaphore; the others wait for what it gets, and readers then join.
@@ -114,11 +125,7 @@ int CTNGMutex::TakeSemaphore(TNGLockType type, std::uint32_t timeout) {
     m_guard.Lock();
     m_bTaking = false;
     m_change.NotifyAll();
-    if (end != Platform::WAIT_OBJECT_0 && end != Platform::WAIT_ABANDONED) {
-        TNG_LOG(TNG_LOG_INFO, u"Mutex Lock Failed:");
-        TNG_LOG(TNG_LOG_INFO, m_strName.c_str());
-        return 0;
-    }
+    if (end != Platform::WAIT_OBJECT_0 && end != Platform::WAIT_ABANDONED) return LockFailed();
     m_bLocked = true;
     m_eLockType = type;
     if (type == TNG_LOCK_READ) ++m_nReadCount;
@@ -169,24 +176,29 @@ int CTNGMutex::IsLocked(TNGLockType* pType) {
 
 bool CTNGMutex::WaitUntillFree(std::uint32_t timeout, std::uint32_t sleepMs) {
     const TNGGuardLock lock(m_guard);
-    return WaitWhileHeld(timeout, std::max(sleepMs, 1u));
+    return WaitWhileHeld(TNG_LOCK_NONE, timeout, std::max(sleepMs, 1u));
 }
 
-bool CTNGMutex::WaitWhileHeld(std::uint32_t timeout, std::uint32_t sleepMs) {
-    if (!m_bLocked) return true;
+// A reader does not wait for the end of a hold that it can join: other readers could prolong that for ever.
+bool CTNGMutex::IsBlocked(TNGLockType type) const {
+    return m_bLocked && !CanJoin(type);
+}
+
+bool CTNGMutex::WaitWhileHeld(TNGLockType type, std::uint32_t timeout, std::uint32_t sleepMs) {
+    if (!IsBlocked(type)) return true;
     if (timeout == 0) return false;
     for (std::uint64_t spent = 0;;) {
         spent += sleepMs;
         TNG_LOG(TNG_LOG_INFO, u"---WaitUntillFree-->goes to sleep---");
         const auto end = After(sleepMs);
         if (timeout == TNG_WAIT_FOREVER) {
-            while (m_bLocked)
+            while (IsBlocked(type))
                 m_change.Wait(m_guard);
         } else {
-            while (m_bLocked && m_change.WaitUntil(m_guard, end))
+            while (IsBlocked(type) && m_change.WaitUntil(m_guard, end))
                 continue;
         }
-        if (!m_bLocked) {
+        if (!IsBlocked(type)) {
             TNG_LOG(TNG_LOG_INFO, u"---WaitUntillFree-->wait over---");
             return true;
         }

@@ -56,9 +56,16 @@ class CTNGMutex {
 
   protected:
     int TakeSemaphore(TNGLockType type, std::uint32_t timeout) TNG_REQUIRES(m_guard);
-    bool WaitWhileHeld(std::uint32_t timeout, std::uint32_t sleepMs) TNG_REQUIRES(m_guard);
+    /// Waits for the hold to end, or to become one that a lock of this type can join.
+    bool WaitWhileHeld(TNGLockType type, std::uint32_t timeout, std::uint32_t sleepMs) TNG_REQUIRES(m_guard);
     bool WaitWhileAnotherTakes(std::uint32_t timeout) TNG_REQUIRES(m_guard);
-    bool CanJoin(TNGLockType type) const TNG_REQUIRES(m_guard);
+    /// Whether a request goes with the hold that is there, and what it then does to it.
+    virtual bool CanJoin(TNGLockType type) const TNG_REQUIRES(m_guard);
+    virtual void Join(TNGLockType type) TNG_REQUIRES(m_guard);
+
+    bool IsBlocked(TNGLockType type) const TNG_REQUIRES(m_guard);
+    int WaitFailed() const;
+    int LockFailed() const;
     int ReleaseAll() TNG_REQUIRES(m_guard);
     int LeaveToReaders() TNG_REQUIRES(m_guard);
 

@@ -6,6 +6,7 @@
 #include <sys/vfs.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -59,10 +60,16 @@ bool IsRemovable(dev_t device) {
     return false;
 }
 
+// A folder that is there, but must not be asked about, is no reason to give up what is cached of it.
+std::uint32_t JudgeFailure(int error) {
+    return error == ENOENT || error == ENOTDIR ? DRIVE_NO_ROOT_DIR : DRIVE_FIXED;
+}
+
 std::uint32_t JudgeExisting(const std::string& folder) {
     struct statfs system {};
     struct stat status {};
-    if (statfs(folder.c_str(), &system) != 0 || stat(folder.c_str(), &status) != 0) return DRIVE_NO_ROOT_DIR;
+    if (statfs(folder.c_str(), &system) != 0 || stat(folder.c_str(), &status) != 0)
+        return JudgeFailure(errno);
     const auto type = static_cast<unsigned>(system.f_type);
     if (std::ranges::find(kRemoteTypes, type) != std::end(kRemoteTypes)) return DRIVE_REMOTE;
     if (type == FUSE_SUPER_MAGIC && IsRemoteFuse(status.st_dev)) return DRIVE_REMOTE;

@@ -44,6 +44,10 @@ bool WriteAll(int nDescriptor, const char* pData, std::size_t nBytes) {
     return true;
 }
 
+bool IsOneFile(const struct stat& first, const struct stat& second) {
+    return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
 bool CopyBytes(int nFrom, int nTo) {
     static constexpr std::size_t kPieceSize = std::size_t{1} << 17;
     std::string piece(kPieceSize, '\0');
@@ -63,14 +67,16 @@ bool DeleteFileW(const char16_t* pszPath) {
 
 bool CopyFileW(const char16_t* pszFrom, const char16_t* pszTo, bool bFailIfExists) {
     const std::string to = PathToBytes(pszTo);
-    Descriptor source(open(PathToBytes(pszFrom).c_str(), O_RDONLY | O_CLOEXEC));
+    // Opening a pipe must not wait for who is at its other end.
+    constexpr int kFlags = O_CLOEXEC | O_NONBLOCK;
+    Descriptor source(open(PathToBytes(pszFrom).c_str(), O_RDONLY | kFlags));
     struct stat status {};
     if (!source.IsOpen() || fstat(source.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
-    Descriptor target(open(to.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | (bFailIfExists ? O_EXCL : 0), 0666));
+    Descriptor target(open(to.c_str(), O_WRONLY | O_CREAT | kFlags | (bFailIfExists ? O_EXCL : 0), 0666));
     struct stat there {};
-    if (!target.IsOpen() || fstat(target.Get(), &there) != 0) return false;
+    if (!target.IsOpen() || fstat(target.Get(), &there) != 0 || !S_ISREG(there.st_mode)) return false;
     // Onto itself, by whatever name: emptying the target would lose the source.
-    if (there.st_dev == status.st_dev && there.st_ino == status.st_ino) return false;
+    if (IsOneFile(there, status)) return false;
     const timespec times[] = {status.st_atim, status.st_mtim};
     const bool bCopied = ftruncate(target.Get(), 0) == 0 && CopyBytes(source.Get(), target.Get()) &&
                          futimens(target.Get(), times) == 0;
@@ -88,8 +94,7 @@ bool IsSameFile(const char16_t* pszFirst, const char16_t* pszSecond) {
     struct stat first {};
     struct stat second {};
     return stat(PathToBytes(pszFirst).c_str(), &first) == 0 &&
-           stat(PathToBytes(pszSecond).c_str(), &second) == 0 && first.st_dev == second.st_dev &&
-           first.st_ino == second.st_ino;
+           stat(PathToBytes(pszSecond).c_str(), &second) == 0 && IsOneFile(first, second);
 }
 
 std::uint32_t GetTempFileNameW(const char16_t* pszFolder, const char16_t* pszPrefix, std::uint32_t nUnique,

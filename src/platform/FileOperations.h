@@ -11,7 +11,8 @@ inline constexpr std::uint32_t MAX_PATH = 260;  // UTF-16 units, the closing zer
 /// Deletes a file; not a directory. True on success.
 QXPLATFORM_API bool DeleteFileW(const char16_t* pszPath);
 
-/// Copies a file with its times. A copy that fails leaves no part of it behind. True on success.
+/// Copies a file with its times, onto nothing or another regular file. A copy that fails leaves no part of it
+/// behind. True on success.
 QXPLATFORM_API bool CopyFileW(const char16_t* pszFrom, const char16_t* pszTo, bool bFailIfExists);
 
 /// Gives a file another name, replacing what bears it in one step. 0 on success.

@@ -60,7 +60,18 @@ bool TryFlock(int nDescriptor) {
     return result == 0;
 }
 
+// A page that is not there when it is touched costs the process its life, so its memory is taken before.
+bool ReservePage(int nDescriptor) {
+    int error = 0;
+    do {
+        error = posix_fallocate(nDescriptor, 0, kPageBytes);
+    } while (error == EINTR);
+    return error == 0;
+}
+
 }  // namespace
+
+NamedSemaphore::NamedSemaphore(std::string path) : m_path(std::move(path)), m_owner(getpid()) {}
 
 std::unique_ptr<NamedSemaphore> NamedSemaphore::Open(const char16_t* pszName, bool* pbExisted) {
     std::unique_ptr<NamedSemaphore> pSemaphore(new (std::nothrow) NamedSemaphore(PathOf(pszName)));
@@ -89,7 +100,7 @@ bool NamedSemaphore::IsFileAtPath() const {
 }
 
 bool NamedSemaphore::MapPage() {
-    if (ftruncate(m_nDescriptor, kPageBytes) != 0) return false;
+    if (!ReservePage(m_nDescriptor)) return false;
     void* pPage = mmap(nullptr, kPageBytes, PROT_READ | PROT_WRITE, MAP_SHARED, m_nDescriptor, 0);
     if (pPage == MAP_FAILED) return false;
     static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
@@ -97,17 +108,24 @@ bool NamedSemaphore::MapPage() {
     return true;
 }
 
+bool NamedSemaphore::IsOfThisProcess() const {
+    return getpid() == m_owner;
+}
+
 NamedSemaphore::~NamedSemaphore() {
     Release();
     if (m_pReleases) munmap(m_pReleases, kPageBytes);
     if (m_nDescriptor < 0) return;
-    // Given up first: of two objects that go at once, one then finds itself alone.
-    SetPresence(m_nDescriptor, F_UNLCK, false);
-    if (SetPresence(m_nDescriptor, F_WRLCK, false) && IsFileAtPath()) unlink(m_path.c_str());
+    if (IsOfThisProcess()) {
+        // Given up first: of two objects that go at once, one then finds itself alone.
+        SetPresence(m_nDescriptor, F_UNLCK, false);
+        if (SetPresence(m_nDescriptor, F_WRLCK, false) && IsFileAtPath()) unlink(m_path.c_str());
+    }
     close(m_nDescriptor);
 }
 
 std::uint32_t NamedSemaphore::Wait(std::uint32_t nMilliseconds) {
+    if (!IsOfThisProcess()) return WAIT_FAILED;
     const Deadline deadline(nMilliseconds);
     for (;;) {
         // Read before the try: a release in between changes it, and the sleep does not begin.
@@ -128,6 +146,7 @@ bool NamedSemaphore::TryTake() {
 }
 
 bool NamedSemaphore::Release() {
+    if (!IsOfThisProcess()) return false;
     Hold hold = Hold::Held;
     if (!m_hold.compare_exchange_strong(hold, Hold::Changing)) return false;
     const bool bReleased = flock(m_nDescriptor, LOCK_UN) == 0;

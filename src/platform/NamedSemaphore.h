@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <memory>
 #include <string>
 
@@ -13,9 +15,12 @@ namespace Platform {
 /// A word in the file's page, shared by all, wakes waiters at a release; since a death wakes nobody, each
 /// wait is cut into slices. The last object to go removes the file: every object has a shared record lock on
 /// it, and only one that can have it alone is the last.
+///
+/// The locks belong to the open file, which a forked child shares. There the object is dead: it takes and
+/// releases nothing, and when it goes, the parent's hold and the file stay.
 class NamedSemaphore final : public Semaphore {
   public:
-    /// Null if the file cannot be made, or is not a regular file of this user.
+    /// Null if the file cannot be made, there is no memory for it, or it is not a regular file of this user.
     static std::unique_ptr<NamedSemaphore> Open(const char16_t* pszName, bool* pbExisted);
     ~NamedSemaphore() override;
     NamedSemaphore(const NamedSemaphore&) = delete;
@@ -25,14 +30,16 @@ class NamedSemaphore final : public Semaphore {
     bool Release() override;
 
   private:
-    explicit NamedSemaphore(std::string path) : m_path(std::move(path)) {}
+    explicit NamedSemaphore(std::string path);
 
     bool OpenFile();
     bool IsFileAtPath() const;
     bool MapPage();
+    bool IsOfThisProcess() const;
     bool TryTake();
 
     std::string m_path;
+    pid_t m_owner;  // the process that made the object
     int m_nDescriptor = -1;
     std::atomic<std::uint32_t>* m_pReleases = nullptr;  // in the shared page: counts the releases
 

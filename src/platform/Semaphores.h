@@ -21,6 +21,7 @@ enum : std::uint32_t {
 /// some bytes and no descriptor. With one it is shared by all processes of the user that open the name, goes
 /// with its last object, and a hold ends at the latest with the process that has it.
 /// `*pbExisted` receives whether another object of that name is open already. Null if it cannot be made.
+/// A named object is of use in the process that made it, not in a child that is forked from it.
 QXPLATFORM_API Semaphore* CreateSemaphoreW(const char16_t* pszName, bool* pbExisted);
 
 /// Takes the semaphore, waiting at most `nMilliseconds`. WAIT_OBJECT_0, WAIT_TIMEOUT or WAIT_FAILED. Threads

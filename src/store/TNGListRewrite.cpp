@@ -1,5 +1,6 @@
 #include "TNGListRewrite.h"
 
+#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -8,7 +9,6 @@
 #include "common/TNGTypes.h"
 #include "locks/TNGAutoMutexPtr.h"
 #include "locks/TNGFileLockRegistry.h"
-#include "platform/FileOperations.h"
 #include "platform/Streams.h"
 #include "store/TNGCachePaths.h"
 #include "store/TNGFolderFileKeys.h"
@@ -27,9 +27,6 @@ std::int64_t SizeOfFile(const std::u16string& path) {
     return static_cast<std::int64_t>(std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow);
 }
 
-// What a new data file may begin with, so that its blocks lie otherwise than those of the old one.
-constexpr int kMostDeadBytes = 16;
-
 // A compaction keeps the extra-large thumbnail of videos, and of pictures that are still large.
 bool KeepsExtraLarge(const CTNGFileData& record) {
     if (record.m_eFileType == ASSET_TYPE_VIDEO) return true;
@@ -37,24 +34,12 @@ bool KeepsExtraLarge(const CTNGFileData& record) {
     return CTNGFileInfo::FindFileData(record.m_strFilePath.c_str(), &entry, false) && IsLargeFile(entry);
 }
 
+bool IsSameState(const CTNGFileData& a, const CTNGFileData& b) {
+    return a.m_bDeleted == b.m_bDeleted && a.m_nExtraLargeOffset == b.m_nExtraLargeOffset &&
+           a.m_nLargeOffset == b.m_nLargeOffset && a.m_nSmallOffset == b.m_nSmallOffset;
+}
+
 }  // namespace
-
-TNGTemporaryFile::~TNGTemporaryFile() {
-    if (IsMade()) Platform::DeleteFileW(m_strPath.c_str());
-}
-
-void TNGTemporaryFile::Make() {
-    if (IsMade()) Platform::DeleteFileW(m_strPath.c_str());
-    m_strPath.clear();
-    char16_t path[Platform::MAX_PATH];
-    if (Platform::GetTempFileNameW(s_strCacheFolder.Get().c_str(), u"Temp", 0, path) != 0) m_strPath = path;
-}
-
-bool TNGTemporaryFile::Replace(const std::u16string& target) {
-    if (Platform::_wrename(m_strPath.c_str(), target.c_str()) != 0) return false;
-    m_strPath.clear();
-    return true;
-}
 
 TNGListRewrite::TNGListRewrite(const std::vector<CTNGFileData*>& records, const TNGFolderFileKeys& keys,
                                const std::u16string& listPath, const std::u16string& dataFileName)
@@ -77,13 +62,8 @@ std::uint32_t TNGListRewrite::RunPass(bool bCompact, bool bRewrite) {
     // New locations have to reach the list file together with the new data file.
     m_bNewList = bRewrite || bCompact;
     m_eListFailure = bRewrite ? QXTNG_ERROR_FILE_WRITE : QXTNG_ERROR_FAILED;
-    for (int deadBytes = 0; deadBytes < kMostDeadBytes; ++deadBytes) {
-        const std::uint32_t result = WriteFiles(bCompact, deadBytes);
-        if (result != QXTNG_SUCCESS) return result;
-        if (bCompact && CouldBeMistaken()) continue;
-        return TakePlace(bCompact);
-    }
-    return QXTNG_ERROR_FAILED;
+    const std::uint32_t result = WriteFiles(bCompact);
+    return result == QXTNG_SUCCESS ? TakePlace(bCompact) : result;
 }
 
 // Under the lock of the data file, so that no block is appended to a file that goes, and no block is read by
@@ -96,25 +76,21 @@ std::uint32_t TNGListRewrite::TakePlace(bool bCompact) {
     if (m_bNewList && !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
     if (bCompact) ++*m_keys.m_pDataGeneration;
     if (bCompact && !m_newData.Replace(m_strDataPath)) return QXTNG_ERROR_FILE_WRITE;
-    Publish();
+    if (bCompact) Publish();
     return QXTNG_SUCCESS;
 }
 
-std::uint32_t TNGListRewrite::WriteFiles(bool bCompact, int deadBytes) {
-    m_outcomes.clear();
-    m_nWritten = 0;
+std::uint32_t TNGListRewrite::WriteFiles(bool bCompact) {
+    const std::u16string folder = s_strCacheFolder.Get();
     std::unique_ptr<ListFile> pList;
     if (m_bNewList) {
-        m_newList.Make();
+        m_newList.Make(folder);
         auto count = static_cast<std::int32_t>(m_records.size());
         std::int32_t bOpened = 0;
         pList = std::make_unique<ListFile>(m_newList.Path(), false, &count, &bOpened, false);
         if (!bOpened) return m_eListFailure;
     }
-    if (bCompact) {
-        m_newData.Make();
-        if (!WriteDeadBytes(deadBytes)) return QXTNG_ERROR_FAILED;
-    }
+    if (bCompact) m_newData.Make(folder);
     if (const std::uint32_t result = WriteRecords(bCompact, pList.get()); result != QXTNG_SUCCESS)
         return result;
     if (!pList) return QXTNG_SUCCESS;
@@ -123,48 +99,28 @@ std::uint32_t TNGListRewrite::WriteFiles(bool bCompact, int deadBytes) {
     return pList->Close() ? QXTNG_SUCCESS : QXTNG_ERROR_FILE_WRITE;
 }
 
-bool TNGListRewrite::WriteDeadBytes(int nBytes) {
-    std::FILE* pFile = nullptr;
-    if (nBytes == 0 || !m_newData.IsMade()) return true;
-    if (Platform::_wfopen_s(&pFile, m_newData.Path().c_str(), "wb") != 0) return false;
-    for (int i = 0; i < nBytes; ++i)
-        std::fputc(0xFF, pFile);
-    return Platform::CloseStream(pFile);
-}
-
-// The two files take their places one after the other. A process that dies in between leaves new locations to
-// the old data file, where none of them may find the trailer of another block: that would be another picture.
-bool TNGListRewrite::CouldBeMistaken() {
-    CTNGDataFile file;
-    for (const Outcome& outcome : m_outcomes) {
-        const CTNGFileData& after = outcome.after;
-        const bool bMoved = after.m_nSmallOffset != outcome.pRecord->m_nSmallOffset;
-        if (!bMoved || after.m_bDeleted != 0 || after.m_nSmallOffset < 0) continue;
-        TNGBlockTrailer trailer;
-        std::uint8_t byte = 0;
-        if (file.ReadBlockChecked(m_strDataPath, m_keys.m_nDataFileKey, after.m_nSmallOffset, 1,
-                                  after.m_nSmallOffset + after.m_nSmallSize, &trailer, &byte) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
-
 std::uint32_t TNGListRewrite::WriteRecords(bool bCompact, ListFile* pList) {
-    m_outcomes.reserve(m_records.size());
     for (CTNGFileData* pRecord : m_records) {
+        if (!bCompact) {
+            if (!WriteRecord(*pRecord, pList)) return QXTNG_ERROR_FILE_WRITE;
+            continue;
+        }
         CTNGFileData after = *pRecord;
         const bool bHasBlock = after.m_eFileType == ASSET_TYPE_IMAGE || after.m_eFileType == ASSET_TYPE_VIDEO;
-        const Fate fate = bCompact && bHasBlock ? Compact(after) : Fate::Keep;
+        const Fate fate = bHasBlock ? Compact(after) : Fate::Keep;
         if (fate == Fate::Fail) return QXTNG_ERROR_FAILED;
-        if (fate == Fate::Keep && pList && after.m_bDeleted == 0) {
-            pList->WriteRecord(&after);
-            if (pList->Status() != FILE_WRITE_OK) return QXTNG_ERROR_FILE_WRITE;
-            ++m_nWritten;
-        }
-        m_outcomes.push_back({pRecord, std::move(after)});
+        if (fate == Fate::Keep && !WriteRecord(after, pList)) return QXTNG_ERROR_FILE_WRITE;
+        if (!IsSameState(*pRecord, after)) m_outcomes.push_back({pRecord, std::move(after)});
     }
     return QXTNG_SUCCESS;
+}
+
+bool TNGListRewrite::WriteRecord(CTNGFileData& record, ListFile* pList) {
+    if (!pList || record.m_bDeleted != 0) return true;
+    pList->WriteRecord(&record);
+    if (pList->Status() != FILE_WRITE_OK) return false;
+    ++m_nWritten;
+    return true;
 }
 
 TNGListRewrite::Fate TNGListRewrite::Compact(CTNGFileData& record) {
@@ -204,13 +160,50 @@ bool TNGListRewrite::CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLar
                               static_cast<std::int32_t>(trailerOffset), &trailer, small.data()) != 0) {
         return false;
     }
+    const std::int64_t nBlockBytes = std::int64_t{bExtraLarge ? record.m_nExtraLargeSize : 0} +
+                                     record.m_nLargeSize + record.m_nSmallSize + std::int64_t{sizeof trailer};
+    if (!KeepFromMistakes(record, nBlockBytes)) return false;
     const std::int32_t offset = file.AppendBlock(
         m_newData.Path(), key, trailer, {bExtraLarge ? extraLarge.data() : nullptr, record.m_nExtraLargeSize},
         {large.data(), record.m_nLargeSize}, {small.data(), record.m_nSmallSize});
     if (offset < 0) return false;
+    m_nNewDataBytes = offset + nBlockBytes;
     SetThumbnailLocations(record, false, offset, bExtraLarge, record.m_nExtraLargeSize, record.m_nLargeSize,
                           record.m_nSmallSize);
     return true;
+}
+
+// The two files take their places one after the other. A process that dies in between leaves new locations to
+// the old data file, where none of them may find the trailer of another block: that would be another picture.
+// A block that would lie so is put one byte further: no trailer begins a byte behind another one.
+bool TNGListRewrite::KeepFromMistakes(const CTNGFileData& record, std::int64_t nBlockBytes) {
+    const std::int64_t oldTrailer = std::int64_t{record.m_nSmallOffset} + record.m_nSmallSize;
+    const std::int64_t newTrailer = m_nNewDataBytes + nBlockBytes - std::int64_t{sizeof(TNGBlockTrailer)};
+    if (newTrailer == oldTrailer) return true;  // it finds its own
+    bool bMistaken = false;
+    return IsOldTrailerAt(newTrailer, &bMistaken) && (!bMistaken || WriteDeadByte());
+}
+
+// Whether the old data file has a trailer there. False if that cannot be found out.
+bool TNGListRewrite::IsOldTrailerAt(std::int64_t nOffset, bool* pbTrailer) {
+    TNGBlockTrailer found;
+    *pbTrailer = false;
+    if (nOffset + std::int64_t{sizeof found} > m_nDataBytes) return true;
+    std::uint8_t bytes[sizeof found];
+    if (CTNGDataFile().ReadBlock(m_strDataPath, m_keys.m_nDataFileKey, static_cast<std::int32_t>(nOffset),
+                                 sizeof bytes, bytes) != 0) {
+        return false;
+    }
+    std::memcpy(&found, bytes, sizeof found);
+    *pbTrailer = IsValidTrailer(found);
+    return true;
+}
+
+bool TNGListRewrite::WriteDeadByte() {
+    std::FILE* pFile = nullptr;
+    if (Platform::_wfopen_s(&pFile, m_newData.Path().c_str(), "a+b") != 0) return false;
+    std::fputc(0xFF, pFile);
+    return Platform::CloseStream(pFile);
 }
 
 void TNGListRewrite::Publish() {

@@ -6,34 +6,16 @@
 
 #include "store/TNGDataFile.h"
 #include "store/TNGFileData.h"
+#include "store/TNGTemporaryFile.h"
 
 struct TNGFolderFileKeys;
 template <typename Record>
 class CTNGRecordFile;
 
-/// A file of a new name in the cache folder, deleted again unless it takes another's place.
-class TNGTemporaryFile {
-  public:
-    TNGTemporaryFile() = default;
-    ~TNGTemporaryFile();
-    TNGTemporaryFile(const TNGTemporaryFile&) = delete;
-    TNGTemporaryFile& operator=(const TNGTemporaryFile&) = delete;
-
-    /// Makes a new file, in place of one made before; its path stays empty if that fails.
-    void Make();
-
-    bool IsMade() const { return !m_strPath.empty(); }
-    const std::u16string& Path() const { return m_strPath; }
-
-    /// Replaces `target` in one step.
-    bool Replace(const std::u16string& target);
-
-  private:
-    std::u16string m_strPath;
-};
-
 /// One pass over a folder's records that rewrites the list file, the data file, or both, through temporary
-/// files. The records themselves change only when all has gone well. The list lock is held by the caller.
+/// files. A compaction changes the records whose blocks it moves or that it marks, and only when all has gone
+/// well; a rewrite of the list alone leaves them as they are, but for the version that they are written in.
+/// The list lock is held by the caller.
 class TNGListRewrite {
   public:
     TNGListRewrite(const std::vector<CTNGFileData*>& records, const TNGFolderFileKeys& keys,
@@ -55,7 +37,7 @@ class TNGListRewrite {
   private:
     using ListFile = CTNGRecordFile<CTNGFileData>;
 
-    // What the pass makes of a record.
+    // What a compaction makes of a record.
     struct Outcome {
         CTNGFileData* pRecord;
         CTNGFileData after;
@@ -63,13 +45,15 @@ class TNGListRewrite {
     enum class Fate { Keep, Drop, Fail };
 
     std::uint32_t RunPass(bool bCompact, bool bRewrite);
-    std::uint32_t WriteFiles(bool bCompact, int deadBytes);
+    std::uint32_t WriteFiles(bool bCompact);
     std::uint32_t TakePlace(bool bCompact);
-    bool WriteDeadBytes(int nBytes);
-    bool CouldBeMistaken();
     std::uint32_t WriteRecords(bool bCompact, ListFile* pList);
+    bool WriteRecord(CTNGFileData& record, ListFile* pList);
     Fate Compact(CTNGFileData& record);
     bool CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLarge);
+    bool KeepFromMistakes(const CTNGFileData& record, std::int64_t nBlockBytes);
+    bool IsOldTrailerAt(std::int64_t nOffset, bool* pbTrailer);
+    bool WriteDeadByte();
     void Publish();
 
     const std::vector<CTNGFileData*>& m_records;
@@ -80,6 +64,7 @@ class TNGListRewrite {
     std::int64_t m_nDataBytes = 0;  // of the old data file: no thumbnail is larger
     TNGTemporaryFile m_newList;
     TNGTemporaryFile m_newData;
+    std::int64_t m_nNewDataBytes = 0;  // written to the new data file
     std::vector<Outcome> m_outcomes;
     bool m_bNewList = false;
     std::uint32_t m_eListFailure = 0;  // the result if there can be no new list file

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -11,7 +12,41 @@
 #include <utility>
 
 #include "platform/FileOperations.h"
+#include "platform/Text.h"
 #include "store/TNGFields.h"
+#include "store/TNGTemporaryFile.h"
+
+namespace {
+
+// Up to here the system writes all or nothing, whenever it is told to kill the process.
+constexpr std::size_t kPageBytes = 4096;
+
+std::u16string FolderOf(const std::u16string& path) {
+    const std::size_t separator = path.rfind(Platform::kPathSeparator);
+    return separator == std::u16string::npos ? u"." : path.substr(0, separator);
+}
+
+bool WriteFile(const std::u16string& path, const char* pContent, std::size_t nBytes) {
+    std::FILE* pFile = nullptr;
+    if (Platform::_wfopen_s(&pFile, path.c_str(), "r+b") != 0) return false;
+    const bool bWritten = Platform::_fwrite_nolock(pContent, nBytes, 1, pFile) == 1;
+    return Platform::CloseStream(pFile) && bWritten;
+}
+
+// One system call, unless the system itself cuts it short.
+bool WriteAt(int nDescriptor, const char* pContent, std::size_t nBytes, std::size_t nOffset) {
+    while (nBytes > 0) {
+        const ssize_t written = pwrite(nDescriptor, pContent, nBytes, static_cast<off_t>(nOffset));
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        pContent += written;
+        nBytes -= static_cast<std::size_t>(written);
+        nOffset += static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+}  // namespace
 
 TNGRecordStream::TNGRecordStream(const std::u16string& path, bool bRead, std::int32_t* pCount,
                                  std::int32_t* pOpened, bool bUpdateCount, std::int64_t nAppendAt,
@@ -53,7 +88,7 @@ void TNGRecordStream::OpenAnew(const std::u16string& path) {
     if (m_bCreated) Platform::_wfopen_s(&m_pTarget, path.c_str(), "wb");
     if (m_pTarget) m_pFile = open_memstream(&m_pContent, &m_nContentBytes);
     if (!m_pFile) {
-        if (m_pTarget) Platform::CloseStream(std::exchange(m_pTarget, nullptr));
+        if (m_pTarget) DropTarget();
         eStatus = FILE_ACCESS_ERROR;
         return;
     }
@@ -71,7 +106,11 @@ void TNGRecordStream::OpenForAppending(const std::u16string& path, std::int64_t 
     std::int32_t count = -1;
     ReadField(m_pFile, count);
     std::rewind(m_pFile);
-    const bool bTail = nAppendAt >= 0 && count == nRecordsThere && Platform::BytesLeft(m_pFile) > nAppendAt;
+    if (nRecordsThere >= 0 && count != nRecordsThere) {
+        eStatus = FILE_ACCESS_ERROR;  // not the file that the records are known of
+        return;
+    }
+    const bool bTail = nAppendAt >= 0 && Platform::BytesLeft(m_pFile) > nAppendAt;
     const bool bCut = !bTail || ftruncate(fileno(m_pFile), nAppendAt) == 0;
     if (bCut && std::fseek(m_pFile, 0, SEEK_END) == 0) {
         eStatus = FILE_WRITE_OK;
@@ -113,19 +152,35 @@ bool TNGRecordStream::FinishAnew() {
     return false;
 }
 
-// The room is taken first: a disk that is full is found out while the old content still stands.
 bool TNGRecordStream::Replace(const char* pContent, std::size_t nBytes) {
+    struct stat before {};
+    if (fstat(fileno(m_pTarget), &before) != 0) return false;
+    if (nBytes > kPageBytes && before.st_size > 0) {
+        TNGTemporaryFile file;
+        file.Make(FolderOf(m_strPath));
+        if (file.IsMade()) return WriteFile(file.Path(), pContent, nBytes) && file.Replace(m_strPath);
+    }
+    return WriteInPlace(pContent, nBytes, before.st_size);
+}
+
+// The room is taken first: a disk that is full is found out while the old content still stands. What was
+// empty then counts 0 until the first page comes, as the last.
+bool TNGRecordStream::WriteInPlace(const char* pContent, std::size_t nBytes, std::int64_t nBytesBefore) {
     const int nDescriptor = fileno(m_pTarget);
     const auto size = static_cast<off_t>(nBytes);
-    struct stat before {};
-    if (fstat(nDescriptor, &before) != 0) return false;
-    if (before.st_size < size && posix_fallocate(nDescriptor, 0, size) != 0) {
-        if (ftruncate(nDescriptor, before.st_size) != 0) return false;
+    if (nBytesBefore < size && posix_fallocate(nDescriptor, 0, size) != 0) {
+        if (ftruncate(nDescriptor, nBytesBefore) != 0) return false;
         return false;
     }
-    if (Platform::_fwrite_nolock(pContent, nBytes, 1, m_pTarget) != 1 || std::fflush(m_pTarget) != 0)
-        return false;
-    return ftruncate(nDescriptor, size) == 0;
+    const std::size_t head = nBytesBefore == 0 ? std::min(nBytes, kPageBytes) : nBytes;
+    return WriteAt(nDescriptor, pContent + head, nBytes - head, head) &&
+           WriteAt(nDescriptor, pContent, head, 0) && ftruncate(nDescriptor, size) == 0;
+}
+
+// A file that was there only to be written goes again.
+void TNGRecordStream::DropTarget() {
+    Platform::CloseStream(std::exchange(m_pTarget, nullptr));
+    if (m_bCreated) Platform::DeleteFileW(m_strPath.c_str());
 }
 
 bool TNGRecordStream::Close() {
@@ -150,6 +205,5 @@ void TNGRecordStream::Abandon() {
     }
     std::fclose(pFile);
     std::free(m_pContent);
-    Platform::CloseStream(std::exchange(m_pTarget, nullptr));
-    if (m_bCreated) Platform::DeleteFileW(m_strPath.c_str());
+    DropTarget();
 }

@@ -20,9 +20,11 @@ enum TNGFileStatus : std::uint32_t {
 /// written counts once Close() has succeeded; the destructor of a stream that is still open drops it. It
 /// takes no lock. See docs/cache-format.md.
 ///
-/// A file that is written anew keeps what it held until the stream is closed, and if there is no room for the
-/// new content; one that is appended to gets its new count last. So a process that dies, or a disk that is
-/// full, leaves a whole file.
+/// A process that dies, or a disk that is full, leaves a whole file. One that is appended to gets its new
+/// count last. One that is written anew keeps what it held until the stream is closed, and if there is no
+/// room for the new content; this then takes its place in one step: little of it by one write, much of it as
+/// a temporary file of the same folder. Where such a file cannot be made, a process that dies at the last
+/// moment may leave a part of the new content.
 class TNGRecordStream {
   public:
     /// For reading, fills `*pCount`; for writing, writes it: anew, or with `bUpdateCount` over that of the
@@ -69,6 +71,8 @@ class TNGRecordStream {
     bool FinishAppending();
     bool FinishAnew();
     bool Replace(const char* pContent, std::size_t nBytes);
+    bool WriteInPlace(const char* pContent, std::size_t nBytes, std::int64_t nBytesBefore);
+    void DropTarget();
 
     Mode m_eMode = Mode::Read;
     std::int32_t m_nCount = 0;

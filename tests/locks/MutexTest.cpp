@@ -172,6 +172,50 @@ TEST(Mutex, ReadersJoinWhatOneOfThemGotFromAnotherProcess) {
     EXPECT_TRUE(IsFree(player));
 }
 
+// Whether a thread waits for another process itself, or behind a thread that does.
+TEST(Mutex, LogsTheSameOfEveryWaitForAnotherProcess) {
+    const LockName name;
+    const OtherProcess player(QXTNG_LOCK_PLAYER, {name.Bytes()});
+    player.Answer();
+    ASSERT_EQ(player.Ask("take 0"), "0");
+    CTNGMutex mutex(name.Text());
+    std::thread waiter([&] {
+        EXPECT_EQ(mutex.Lock(TNG_LOCK_WRITE, 20'000), 1);
+        mutex.Unlock(false);
+    });
+    std::this_thread::sleep_for(20ms);
+    for (const std::uint32_t timeout : {0u, 10u}) {
+        LogCapture log(1u << 2 | 1u << 6);
+        EXPECT_EQ(mutex.Lock(TNG_LOCK_WRITE, timeout), 0);
+        EXPECT_EQ(log.Take(), (Lines{"6 Mutex Lock Failed:", "6 " + name.Bytes()}));
+    }
+    EXPECT_EQ(player.Ask("release"), "1");
+    waiter.join();
+}
+
+// A reader that waits for a writer need not wait for the readers that come before it, too.
+TEST(Mutex, WaitingReadersJoinAReadHold) {
+    for (int i = 0; i < 10; ++i) {
+        CTNGMutex mutex;
+        ASSERT_EQ(mutex.Lock(TNG_LOCK_WRITE, 0), 1);
+        std::atomic<bool> bInside{false};
+        std::thread reader([&] {
+            EXPECT_EQ(mutex.Lock(TNG_LOCK_READ, i % 2 == 0 ? TNG_WAIT_FOREVER : 20'000), 1);
+            bInside = true;
+        });
+        std::this_thread::sleep_for(5ms);
+        mutex.Unlock(false);
+        ASSERT_EQ(mutex.Lock(TNG_LOCK_READ, 1000), 1);
+        const auto deadline = Clock::now() + 5s;
+        while (!bInside && Clock::now() < deadline)
+            std::this_thread::yield();
+        EXPECT_TRUE(bInside) << "the other reader keeps it out";
+        mutex.Unlock(true);
+        reader.join();
+        if (HasFailure()) break;
+    }
+}
+
 // Milliseconds that the slowest of some threads waits for a lock that none of them gets; -1 if one does.
 std::int64_t LongestWait(CTNGMutex& mutex, std::uint32_t timeout, const std::function<void()>& meanwhile) {
     std::atomic<std::int64_t> longest{0};

@@ -48,6 +48,8 @@ TEST(FileOperations, CopiesWithTimesOrNotAtAll) {
     const auto time = fs::last_write_time(folder / "new") - std::chrono::hours(100);
     fs::last_write_time(folder / "new", time);
     fs::create_directory(folder / "folder");
+    fs::create_symlink("/dev/null", folder / "device");
+    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
     const struct {
         const char* pszFrom;
         const char* pszTo;
@@ -56,7 +58,8 @@ TEST(FileOperations, CopiesWithTimesOrNotAtAll) {
     } cases[] = {
         {"new", "none", true, true},     {"new", "old", false, true},     {"new", "old", true, false},
         {"none", "old", false, false},   {"folder", "old", false, false}, {"new", "folder", false, false},
-        {"new", "no/such", true, false}, {"old", "old", false, false},
+        {"new", "no/such", true, false}, {"old", "old", false, false},    {"new", "pipe", false, false},
+        {"new", "device", false, false}, {"pipe", "old", false, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.pszFrom) + " to " + c.pszTo);
@@ -70,6 +73,8 @@ TEST(FileOperations, CopiesWithTimesOrNotAtAll) {
             EXPECT_EQ(fs::file_size(folder / "old"), kOld.size()) << "what was there stays";
         }
     }
+    EXPECT_TRUE(fs::is_fifo(folder / "pipe"));
+    EXPECT_TRUE(fs::is_symlink(folder / "device"));
     fs::remove(folder / "none");
     const TestSupport::FileSizeLimit limit(kNew.size() / 2);
     EXPECT_FALSE(Copy(folder / "new", folder / "none", true));
@@ -86,6 +91,29 @@ TEST(FileOperations, RenamesOverWhatIsThere) {
     EXPECT_NE(_wrename(from.c_str(), to.c_str()), 0);
     EXPECT_NE(_wrename(to.c_str(), TextOf(folder / "no/such").c_str()), 0);
     EXPECT_EQ(fs::file_size(folder / "old"), kNew.size());
+}
+
+TEST(FileOperations, KnowsFilesByOtherNames) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Add("a");
+    folder.Add("b");
+    fs::create_symlink(folder / "a", folder / "link");
+    fs::create_hard_link(folder / "a", folder / "second name");
+    fs::create_symlink("none", folder / "dangling");
+    const struct {
+        const char* pszFirst;
+        const char* pszSecond;
+        bool bExpected;
+    } cases[] = {
+        {"a", "a", true},     {"a", "link", true},      {"link", "second name", true},   {"", "./.", true},
+        {"a", "b", false},    {"a", "", false},         {"dangling", "dangling", false}, {"none", "a", false},
+        {"a", "none", false}, {"none", "none2", false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(IsSameFile(TextOf(folder / c.pszFirst).c_str(), TextOf(folder / c.pszSecond).c_str()),
+                  c.bExpected)
+            << c.pszFirst << " and " << c.pszSecond;
+    }
 }
 
 TEST(FileOperations, MakesTemporaryFiles) {
@@ -119,6 +147,8 @@ TEST(FileOperations, MakesTemporaryFiles) {
 TEST(Drives, AreJudgedByTheNearestFolder) {
     const TestSupport::TemporaryFolder folder;
     const std::string here = folder.Path();
+    const TestSupport::CurrentFolder current(folder.Path());
+    fs::create_symlink("loop", "loop");
     const struct {
         std::string path;
         std::uint32_t expected;
@@ -128,6 +158,7 @@ TEST(Drives, AreJudgedByTheNearestFolder) {
         {here + "/", DRIVE_FIXED},   {here + "/none/none", DRIVE_FIXED},
         {"/none/none", DRIVE_FIXED}, {"", DRIVE_NO_ROOT_DIR},
         {"none", DRIVE_NO_ROOT_DIR}, {"none/none", DRIVE_NO_ROOT_DIR},
+        {"loop", DRIVE_FIXED},  // it may be anything
     };
     for (const auto& c : cases)
         EXPECT_EQ(GetDriveTypeW(TextOf(c.path).c_str()), c.expected) << c.path;

@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <random>
@@ -222,6 +226,61 @@ TEST(NamedSemaphore, LeavesAloneWhatIsNotItsOwn) {
         EXPECT_FALSE(fs::exists(target + "-none"));
     }
     EXPECT_FALSE(Open(std::u16string(300, u'n').c_str())) << "no file can bear the name";
+}
+
+// What a forked child makes of some work: 0 if it says yes.
+int InChild(const std::function<bool()>& work) {
+    const pid_t child = fork();
+    if (child == 0) _exit(work() ? 0 : 1);
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status;
+}
+
+TEST(NamedSemaphore, IsOfNoUseToAForkedChild) {
+    const LockName name;
+    Handle handle = Open(name.Text().c_str());
+    const OtherProcess player = StartPlayer(name);
+    player.Answer();
+    for (const bool bHeld : {true, false}) {
+        SCOPED_TRACE(bHeld ? "held" : "free");
+        if (bHeld) {
+            ASSERT_EQ(WaitForSingleObject(handle.get(), 0), WAIT_OBJECT_0);
+        }
+        EXPECT_EQ(InChild([&] {
+                      const bool bDead = WaitForSingleObject(handle.get(), 0) == WAIT_FAILED &&
+                                         !ReleaseSemaphore(handle.get());
+                      handle.reset();
+                      return bDead;
+                  }),
+                  0);
+        EXPECT_EQ(player.Ask("take 0"), std::to_string(bHeld ? WAIT_TIMEOUT : WAIT_OBJECT_0));
+        EXPECT_EQ(player.Ask("release"), bHeld ? "0" : "1");
+        EXPECT_EQ(ReleaseSemaphore(handle.get()), bHeld);
+    }
+    const OtherProcess newcomer = StartPlayer(name);
+    EXPECT_EQ(newcomer.Answer(), "existed");
+}
+
+TEST(NamedSemaphore, NeedsMemoryForItsPage) {
+    static constexpr char kFolder[] = "/dev/shm";
+    const auto mountFullDisk = [] {
+        if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("none", kFolder, "tmpfs", 0, "size=64k") != 0) {
+            return false;
+        }
+        std::ofstream(fs::path(kFolder) / "ballast") << std::string(64 << 10, 'x');
+        return true;
+    };
+    if (InChild(mountFullDisk) != 0) GTEST_SKIP() << "no disk can be mounted";
+    EXPECT_EQ(InChild([&] {
+                  const LockName name;
+                  if (!mountFullDisk() || Open(name.Text().c_str()) || fs::exists(name.File())) return false;
+                  fs::remove(fs::path(kFolder) / "ballast");
+                  const Handle handle = Open(name.Text().c_str());
+                  return handle && WaitForSingleObject(handle.get(), 0) == WAIT_OBJECT_0;
+              }),
+              0);
 }
 
 TEST(NamedSemaphore, HoldEndsWithItsProcess) {

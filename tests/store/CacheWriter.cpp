@@ -1,8 +1,8 @@
-// Changes a cache of one folder, to be killed at it.
+// Changes the pictures of one folder in a cache, to be killed at it.
 //     cache_writer loop FOLDER LEDGER LOCK: adds and removes numbered pictures under a named lock, until
 //     there
 //         are no more numbers
-//     cache_writer once FOLDER append|rewrite|compact: stops itself, does one thing and ends
+//     cache_writer once FOLDER append|anew|rewrite|compact: stops itself, does one thing and ends
 #include <csignal>
 #include <iostream>
 #include <random>
@@ -25,10 +25,11 @@ void Require(bool bGood, const char* pszWhat) {
     std::abort();
 }
 
-// The folder /a of the cache, with its list; made if there is none.
-CTNGFolderMap* LoadFolder(CTNGFolderMapCollection& maps) {
-    maps.Load(kIndexName, nullptr, false, false, nullptr);
-    if (!maps.FindItem(u"/a")) maps.AddItemByKey(NewFolder(u"/a", 1).release(), u"/a");
+// The folder /a of the cache, with its list; made, with its neighbours, if there is none.
+CTNGFolderMap* LoadOrMakeFolder(CTNGFolderMapCollection& maps) {
+    if (CTNGFolderMap* const pFolder = LoadFolder(maps)) return pFolder;
+    AddNeighbours(maps);
+    maps.AddItemByKey(NewFolder(u"/a", 1).release(), u"/a");
     return maps.FindItem(u"/a");
 }
 
@@ -61,7 +62,7 @@ int Loop(const char* pszLedger, const char* pszLock) {
     CTNGMutex mutex(PathFromBytes(pszLock));
     std::minstd_rand random(std::random_device{}());
     CTNGFolderMapCollection maps;
-    CTNGFolderMap& folder = *LoadFolder(maps);
+    CTNGFolderMap& folder = *LoadOrMakeFolder(maps);
     std::cout << "ready" << std::endl;
     while (ledger->nNext < WriterLedger::kMost) {
         const CTNGAutoMutexPtr hold(&mutex, true, TNG_WAIT_FOREVER, true);
@@ -81,9 +82,10 @@ int Loop(const char* pszLedger, const char* pszLock) {
 
 int Once(std::string_view what) {
     CTNGFolderMapCollection maps;
-    CTNGFolderMap* const pFolder = LoadFolder(maps);
+    CTNGFolderMap* const pFolder = LoadOrMakeFolder(maps);
     std::raise(SIGSTOP);
-    if (what == "append") {
+    if (what == "append" || what == "anew") {
+        if (what == "anew") pFolder->FileDataList->RemoveRecord(NumberedPath(1));
         AddPicture(*pFolder, NumberedPath(20), 20);
         maps.AppendThumbnails(kIndexName);
     } else {

@@ -25,8 +25,9 @@ using namespace StoreTest;
 // The numbers of the pictures in the cache, in their order. Counts those whose thumbnails are not there.
 std::vector<int> PicturesOnDisk(int* pnUnreadable) {
     CTNGFolderMapCollection fresh;
-    fresh.Load(kIndexName, nullptr, false, false, nullptr);
-    const CTNGFolderMap* pFolder = fresh.FindItem(u"/a");
+    const CTNGFolderMap* pFolder = LoadFolder(fresh);
+    for (int i = 0; i < kNeighbours; ++i)
+        EXPECT_TRUE(fresh.FindItem(NeighbourPath(i))) << "the index has lost folder " << i;
     std::vector<int> numbers;
     for (int i = 0; pFolder && i < pFolder->FileDataList->GetCount(); ++i) {
         const CTNGFileData& record = *pFolder->FileDataList->GetAt(i);
@@ -137,7 +138,11 @@ TEST(Crash, AtEverySystemCallLeavesTheOldOrTheNew) {
         const char* pszWhat;
         std::vector<int> after;
     } cases[] = {
-        {"append", {0, 1, 2, 3, 4, 5, 20}}, {"rewrite", {0, 2, 3, 4, 5}}, {"compact", {0, 2, 3, 4, 5}}};
+        {"append", {0, 1, 2, 3, 4, 5, 20}},
+        {"anew", {0, 2, 3, 4, 5, 20}},
+        {"rewrite", {0, 2, 3, 4, 5}},
+        {"compact", {0, 2, 3, 4, 5}},
+    };
     constexpr int kStride = 300 / QXTNG_KILLS;
     int nGivenUp = 0;
     for (const auto& c : cases) {
@@ -147,6 +152,7 @@ TEST(Crash, AtEverySystemCallLeavesTheOldOrTheNew) {
             const Cache cache;
             {
                 CTNGFolderMapCollection maps;
+                AddNeighbours(maps);
                 auto pFolder = NewFolder(u"/a", 1);
                 for (const int number : before)
                     AddPicture(*pFolder, NumberedPath(number), number);

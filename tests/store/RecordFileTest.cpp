@@ -88,6 +88,33 @@ TEST(RecordFile, WritesAnewAndAppends) {
     EXPECT_TRUE(file.IsEof());
 }
 
+// Small and large content in place of small and large, also where no temporary file can be made.
+TEST(RecordFile, LeavesNothingButTheNewContent) {
+    const Cache cache;
+    const std::string deep = std::string(125, 'a') + '/' + std::string(125, 'b');
+    for (const std::string& folder : {std::string("src"), deep}) {
+        for (const std::size_t before : {0u, 10u, 20'000u}) {
+            for (const std::size_t units : {1u, 2030u, 2040u, 7000u}) {
+                SCOPED_TRACE(std::to_string(before) + " bytes, then " + std::to_string(units) + " units");
+                const std::u16string path = cache.Write(folder + "/list", Bytes(before, 'x'));
+                CTNGFileData record;
+                record.m_strFilePath.assign(units, u'p');
+                std::int32_t count = 1, opened = 0;
+                RecordFile file(path, false, &count, &opened, false);
+                file.WriteRecord(&record);
+                EXPECT_TRUE(file.Close());
+                EXPECT_EQ(std::filesystem::file_size(cache / (folder + "/list")), 4 + 68 + 2 * units);
+                CTNGFileData read;
+                RecordFile reader(path, true, &count, &opened, false);
+                reader.ReadRecord(&read);
+                EXPECT_EQ(read.m_strFilePath, record.m_strFilePath);
+                const std::filesystem::directory_iterator entries(cache / folder);
+                EXPECT_EQ(std::distance(entries, {}), 1) << "no temporary file";
+            }
+        }
+    }
+}
+
 // Room that comes back too late does not make a record whole that was written when there was none.
 TEST(RecordFile, CountsNothingThatIsNotThere) {
     const Cache cache;
