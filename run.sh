@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Builds qxtng and writes a contact sheet of a folder: ./run.sh [FOLDER] (default: samples/).
+# The next time, the thumbnails come from the user's cache.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 folder=${1:-$here/samples}

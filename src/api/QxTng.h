@@ -23,7 +23,13 @@
 ///   cache folder text    HeapFree(GetProcessHeap(), 0, pszFolder)
 ///
 /// Threads. Every function may be called from any thread. Only ShutDown() must not overlap with another
-/// call, and the functions that name a background thread must not overlap with one another.
+/// call. A callback may call any of them, ShutDown() too, which then stops the callback's own thread as soon
+/// as the callback returns.
+///
+/// Processes. Any number of them may work on one cache folder, if each names it by the same text. An
+/// operation keeps the other processes out while it lasts, and waits without limit for one that is in. A
+/// process that is killed leaves the folder as it was before its last unfinished change. A child of fork()
+/// has to exec.
 
 #define QXTNG_API extern "C" __attribute__((visibility("default")))
 
@@ -58,18 +64,21 @@ QXTNG_API std::uint32_t QXGenerateThumbnailARBGInForeGround(const char16_t* pszF
 
 // --- Thumbnails, in the background ----------------------------------------------------------------------
 
-/// Files a request and returns; the thumbnail arrives through `pfnCallback`, which must be a function.
-/// `eOutputForm` is a TNGOutputForm. `*pnThreadId` is 0 for a new thread, whose id it receives, or the id
-/// of a thread that is idle. The context and its record stay valid until the callback has been made or the
-/// thread has been stopped.
-/// QXTNG_ERROR_INVALID_ARGUMENT, _THREAD_BUSY, _THREAD_NOT_FOUND, _THREAD_RESOURCES, _FAILED.
+/// Files a request and returns; the thumbnail arrives through `pfnCallback`, on a thread of low priority.
+/// What is handed over is released as told above. While the cache is closed off the request waits. A callback
+/// that throws ends its thread. `eOutputForm` is a TNGOutputForm. `*pnThreadId` is 0 for a new thread, whose
+/// id it receives, or the id of a thread that is idle. The context and its record stay valid until the
+/// callback has been made or the thread has been stopped. QXTNG_ERROR_INVALID_ARGUMENT, _THREAD_BUSY,
+/// _THREAD_NOT_FOUND, _THREAD_RESOURCES, _FAILED.
 QXTNG_API std::uint32_t QXGenerateThumbnailInBackGround(const char16_t* pszFilePath, TNGSize size,
                                                         int eSourceMode, int eOutputForm,
                                                         TNGThumbnailCallback pfnCallback,
                                                         TNGBackgroundContext* pContext, unsigned* pnThreadId);
 
-/// Ends a background thread; the request it works on gets no callback. QXTNG_ERROR_THREAD_NOT_FOUND if
-/// there is none, or it has ended by itself.
+/// Ends a background thread; the request it works on gets no callback, and once this returns the library
+/// touches neither context nor record any more. Waits up to 25 ms for the work, and up to a second for a
+/// callback that has begun on another thread. QXTNG_ERROR_THREAD_NOT_FOUND if there is none, or it has ended
+/// by itself.
 QXTNG_API std::uint32_t QXStopBackGroundThread(unsigned nThreadId);
 
 /// `*pbActive` receives 1 for a thread that works or waits for work; else 0 with
@@ -83,14 +92,18 @@ QXTNG_API std::uint32_t IsBackGroundThreadActive(unsigned nThreadId, int* pbActi
 /// `*pbEnabled` receives 0 or 1; 0 at start.
 QXTNG_API std::uint32_t GetCacheEnabled(int* pbEnabled);
 
-/// Any value but 0 enables. Disabling deletes the files of a cache that is in use.
+/// Any value but 0 enables. Disabling deletes the files of a cache that is loaded. Waits up to a second for
+/// work in the cache to end: else QXTNG_ERROR_LOCK_FAILED, and all is as before. QXTNG_ERROR_CACHE_LOCKED if
+/// the cache cannot be locked at all.
 QXTNG_API std::uint32_t SetCacheEnabled(int bEnabled);
 
 /// `*ppszFolder` receives the cache folder; an empty text at start. The block has room for 260 units, more
 /// if the text needs it.
 QXTNG_API std::uint32_t GetCacheFolder(char16_t** ppszFolder);
 
-/// The folder must exist. Moves the files of a cache that is in use.
+/// The folder must exist, and have no cache of its own if there is one to be moved: from the second call on,
+/// the files move with the setting. Waits up to a second for work in the cache to end. QXTNG_ERROR_FAILED,
+/// and the old folder stays whole and in force, if the files cannot be moved.
 QXTNG_API std::uint32_t SetCacheFolder(const char16_t* pszFolder);
 
 /// The file size from which a picture keeps an extra-large rendition, in megabytes of 2^20 bytes; 17 at
@@ -100,7 +113,10 @@ QXTNG_API std::uint32_t SetThresholdFileSize(unsigned nMegabytes);
 
 // --- Loading and locking the cache ----------------------------------------------------------------------
 //
-// QXTNG_ERROR_CACHE_DISABLED while the cache is off, QXTNG_ERROR_CACHE_LOCKED while it has no folder.
+// QXTNG_ERROR_CACHE_DISABLED while the cache is off, QXTNG_ERROR_CACHE_LOCKED while it has no folder or no
+// lock can be had, QXTNG_ERROR_LOCK_FAILED if other threads keep the cache's memory for over a second.
+// Loading: QXTNG_ERROR_NOT_CACHED if there is nothing to load, QXTNG_ERROR_FILE_READ if it is damaged (it is
+// made again).
 
 /// Loads the whole cache into memory. Without it folders load as they are asked for.
 QXTNG_API std::uint32_t InitDB();
@@ -112,6 +128,7 @@ QXTNG_API std::uint32_t InitDBFolder(const char16_t* pszFolder);
 QXTNG_API std::uint32_t RefreshDBInSysFileCache();
 
 /// Takes the whole cache for this process, waiting as long as another one has it, until ReleaseCacheLock().
+/// Both answer success if there is nothing to do.
 QXTNG_API std::uint32_t LockCache();
 QXTNG_API std::uint32_t ReleaseCacheLock();
 
@@ -121,10 +138,11 @@ QXTNG_API std::uint32_t ShutDown();
 // --- Entries of the cache -------------------------------------------------------------------------------
 //
 // A null path is refused with QXTNG_ERROR_INVALID_ARGUMENT, and so is a path that does not exist, except by
-// the first three.
+// the first three. QXTNG_ERROR_NOT_CACHED if there is no entry, _CACHE_DISABLED, _CACHE_LOCKED, _LOCK_FAILED
+// and _FILE_READ as above, QXTNG_ERROR_FILE_WRITE if the change cannot be saved.
 
-/// `*pbCached` receives 1 if the cache has an entry for the picture or video. QXTNG_ERROR_CACHE_DISABLED
-/// with 0 while the cache is off.
+/// `*pbCached` receives 1 if the cache has an entry for the picture or video in memory: it loads nothing.
+/// QXTNG_ERROR_CACHE_DISABLED with 0 while the cache is off.
 QXTNG_API std::uint32_t IsFileCached(const char16_t* pszFilePath, int* pbCached);
 
 /// Removes the entry of a file, or those of a whole source folder.
@@ -139,10 +157,12 @@ QXTNG_API std::uint32_t IsCachedThumbnailUpToDate(const char16_t* pszFilePath, i
 /// QXTNG_ERROR_PRODUCTION_FAILED if the picture cannot be read.
 QXTNG_API std::uint32_t GetSizeOriginal(const char16_t* pszFilePath, TNGSize* pSize);
 
-/// Takes over the file's present time and size, without making its thumbnails anew.
+/// Takes over the file's present time and size, without making its thumbnails anew. Saved at once.
 QXTNG_API std::uint32_t UpdateFileInfo(const char16_t* pszFilePath);
 
-/// Makes the thumbnails of a file anew; of all changed files of a source folder; of the whole cache.
+/// Make the thumbnails anew of one file, of the files right in a folder, of all: where a file has changed.
+/// Entries of files that are gone go. A picture that cannot be read keeps its old entry: UpdateThumbnail()
+/// answers QXTNG_ERROR_FAILED then. Saved with the next batch of additions, or by ShutDown().
 QXTNG_API std::uint32_t UpdateThumbnail(const char16_t* pszFilePath);
 QXTNG_API std::uint32_t UpdateFolder(const char16_t* pszFolder);
 QXTNG_API std::uint32_t UpdateAllOfCache();

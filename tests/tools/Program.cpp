@@ -16,12 +16,15 @@ Workspace::Workspace() {
     std::string name = (fs::temp_directory_path() / "qxtng-test-XXXXXX").native();
     if (!mkdtemp(name.data()))
         throw fs::filesystem_error("mkdtemp", name, std::error_code(errno, std::generic_category()));
-    m_folder = name;
+    m_base = name;
+    m_folder = m_base / "files";
+    fs::create_directory(m_folder);
+    environment = {{"HOME", m_base}, {"XDG_CACHE_HOME", m_base}};
 }
 
 Workspace::~Workspace() {
     std::error_code ignored;
-    fs::remove_all(m_folder, ignored);
+    fs::remove_all(m_base, ignored);
 }
 
 void Workspace::AddSample(const std::string& sample, const fs::path& name) const {
@@ -50,6 +53,8 @@ pid_t Workspace::Start(const std::vector<std::string>& arguments, int output, in
     const pid_t process = fork();
     if (process != 0) return process;
     if (chdir(m_folder.c_str()) != 0) _exit(126);
+    for (const auto& [name, value] : environment)
+        setenv(name.c_str(), value.c_str(), 1);
     output >= 0 ? dup2(output, STDOUT_FILENO) : close(STDOUT_FILENO);
     errors >= 0 ? dup2(errors, STDERR_FILENO) : close(STDERR_FILENO);
     execv(QXTNG_BINARY, argv.data());

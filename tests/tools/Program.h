@@ -3,11 +3,12 @@
 #include <sys/types.h>
 
 #include <filesystem>
+#include <map>
 #include <ostream>
 #include <string>
 #include <vector>
 
-/// The program under test, run as a user runs it, in a folder of its own.
+/// The program under test, run as a user runs it, in a folder and with a cache of its own.
 
 inline const std::filesystem::path kSamples = QXTNG_SAMPLES;
 
@@ -39,7 +40,12 @@ class Workspace {
     /// Names of what is in a folder, hidden or not, in the order of their bytes.
     std::vector<std::string> List(const std::filesystem::path& folder = {}) const;
 
+    /// What the program finds in its environment, beside what is in this one's. Its default cache, seen from
+    /// the workspace, is ../qxtng.
+    std::map<std::string, std::string> environment;
+
   private:
+    std::filesystem::path m_base;  // of the files and the cache
     std::filesystem::path m_folder;
 };
 

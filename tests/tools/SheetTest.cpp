@@ -39,7 +39,7 @@ TEST(Sheet, PageTellsOfEveryFile) {
     const Outcome outcome = space.Run({"sheet", ".", "-m", "embedded"});
     EXPECT_EQ(outcome.exitCode, 1) << outcome;
     EXPECT_NE(outcome.errors.find("/damaged.jpg: damaged"), std::string::npos) << outcome;
-    EXPECT_NE(outcome.output.find("6 files, 1 failed"), std::string::npos) << outcome;
+    EXPECT_NE(outcome.output.find("6 files, 0 from the cache, 1 failed"), std::string::npos) << outcome;
     EXPECT_NE(outcome.output.find("/contact-sheet.html"), std::string::npos) << outcome;
 
     const std::string page = ReadFile(space / "contact-sheet.html");
@@ -54,6 +54,13 @@ TEST(Sheet, PageTellsOfEveryFile) {
     EXPECT_NE(page.find("<dt>Failed</dt><dd>1</dd>"), std::string::npos);
     EXPECT_TRUE(page.starts_with("<!DOCTYPE html>"));
     EXPECT_TRUE(page.ends_with("</html>\n"));
+
+    const Outcome again = space.Run({"sheet", ".", "-m", "embedded"});
+    EXPECT_NE(again.output.find("6 files, 1 from the cache, 1 failed"), std::string::npos) << again;
+    const std::string fromCache = ReadFile(space / "contact-sheet.html");
+    EXPECT_EQ(FindAll(fromCache, "class=\"tile ", "\"")[1], "cached");
+    EXPECT_NE(fromCache.find("<dt>From the cache</dt><dd>1</dd>"), std::string::npos);
+    EXPECT_EQ(FindAll(fromCache, "<img ", ">"), FindAll(page, "<img ", ">"));
 }
 
 TEST(Sheet, PageNeedsNothingButItself) {

@@ -58,6 +58,14 @@ void AddThumbnailOptions(CLI::App& app, TNGSize& box, TNGSourceMode& mode) {
                              "decode: always the picture itself");
 }
 
+void AddCacheOptions(CLI::App& app, CacheOptions& cache) {
+    app.add_option("--cache", cache.folder,
+                   "Keep thumbnails in this folder for the next time\n"
+                   "(qxtng in $XDG_CACHE_HOME or ~/.cache)")
+        ->type_name("FOLDER");
+    app.add_flag("--no-cache", cache.disabled, "Keep none, and use none that were kept");
+}
+
 CLI::App* AddThumb(CLI::App& app, Arguments& arguments) {
     CLI::App* thumb = app.add_subcommand("thumb", "Make thumbnails of files");
     ThumbOptions& options = arguments.thumb;
@@ -69,6 +77,7 @@ CLI::App* AddThumb(CLI::App& app, Arguments& arguments) {
         ->required()
         ->type_name("OUT");
     thumb->add_option("FILE", options.files, "The pictures")->required()->type_name("");
+    AddCacheOptions(*thumb, options.cache);
     AddLogOption(*thumb, arguments.log);
     return thumb;
 }
@@ -81,9 +90,22 @@ CLI::App* AddSheet(CLI::App& app, Arguments& arguments) {
                     "Sub-folders too; links to folders are not followed");
     AddThumbnailOptions(*sheet, options.box, options.mode);
     sheet->add_option("-o,--output", options.page, "The page (contact-sheet.html)")->type_name("PAGE");
-    sheet->add_flag("--no-cache")->description("Keep no thumbnails for the next time");
+    AddCacheOptions(*sheet, options.cache);
     AddLogOption(*sheet, arguments.log);
     return sheet;
+}
+
+CLI::App* AddInfo(CLI::App& app, Arguments& arguments) {
+    CLI::App* info = app.add_subcommand("info", "Tell what the cache has of files");
+    InfoOptions& options = arguments.info;
+    info->add_option("FILE", options.files, "The pictures")->required()->type_name("");
+    info->add_flag("--json", options.json, "Print one JSON object");
+    AddCacheOptions(*info, options.cache);
+    info->footer(
+        "A thumbnail of 160 pixels is asked for, too: \"now\" tells where it comes from, and the cache\n"
+        "may keep it.");
+    AddLogOption(*info, arguments.log);
+    return info;
 }
 
 CLI::App* AddCheck(CLI::App& app, Arguments& arguments) {
@@ -122,8 +144,9 @@ int ReportParseError(CLI::App& app, const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
     const bool lacksCommand =
         dynamic_cast<const CLI::RequiredError*>(&error) && app.get_subcommands().empty();
-    PrintError((lacksCommand ? "the command must be check, thumb or sheet" : Displayable(error.what())) +
-               "; see qxtng --help");
+    PrintError(
+        (lacksCommand ? "the command must be check, info, thumb or sheet" : Displayable(error.what())) +
+        "; see qxtng --help");
     return kExitWrongUse;
 }
 
@@ -137,11 +160,13 @@ Arguments ParseArguments(int argc, const char* const* argv) {
     AddLogOption(app, arguments.log);
     const CLI::App* thumb = AddThumb(app, arguments);
     const CLI::App* sheet = AddSheet(app, arguments);
+    const CLI::App* info = AddInfo(app, arguments);
     AddCheck(app, arguments);
     try {
         app.parse(CollectArguments(argc, argv));
         arguments.command = thumb->parsed()   ? Command::Thumb
                             : sheet->parsed() ? Command::Sheet
+                            : info->parsed()  ? Command::Info
                                               : Command::Check;
     } catch (const CLI::ParseError& error) {
         arguments.exitCode = ReportParseError(app, error);

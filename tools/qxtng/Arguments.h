@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -7,14 +8,20 @@
 
 namespace Client {
 
-enum class Command { None, Thumb, Sheet, Check };
+enum class Command { None, Thumb, Sheet, Info, Check };
 enum class LogDetail { None, Error, Info, All };
+
+struct CacheOptions {
+    std::optional<std::string> folder;  // none: the default
+    bool disabled = false;
+};
 
 struct ThumbOptions {
     TNGSize box = TNG_LARGE_BOX;
     TNGSourceMode mode = TNG_SOURCE_EMBEDDED_FILLED_OR_DECODE;
     std::string output;
     std::vector<std::string> files;
+    CacheOptions cache;
 };
 
 struct SheetOptions {
@@ -23,6 +30,13 @@ struct SheetOptions {
     std::string page = "contact-sheet.html";
     std::string folder;
     bool recursive = false;
+    CacheOptions cache;
+};
+
+struct InfoOptions {
+    std::vector<std::string> files;
+    bool json = false;
+    CacheOptions cache;
 };
 
 struct CheckOptions {
@@ -38,6 +52,7 @@ struct Arguments {
     LogDetail log = LogDetail::None;
     ThumbOptions thumb;
     SheetOptions sheet;
+    InfoOptions info;
     CheckOptions check;
 };
 

@@ -1,9 +1,9 @@
 #include "CheckCommand.h"
 
-#include <cstdio>
 #include <filesystem>
 
 #include "CacheCheck.h"
+#include "JsonText.h"
 #include "Messages.h"
 
 namespace Client {
@@ -47,29 +47,6 @@ void PrintText(const CacheReport& report) {
               text(counts.noThumbnails) + " without thumbnails), " + text(counts.deleted) + " deleted");
     PrintLine(text(counts.liveBytes) + " bytes of thumbnails, " + text(counts.deadBytes) + " of dead space");
     PrintLine(Count(report.errors, "error") + ", " + Count(report.warnings, "warning"));
-}
-
-/// A string as JSON has it. Bytes that are not UTF-8 cannot stand in it: they become replacement characters.
-std::string JsonText(std::string_view bytes) {
-    std::string text = "\"";
-    std::string run;  // without control characters
-    for (const char byte : bytes) {
-        const auto value = static_cast<unsigned char>(byte);
-        if (value >= 0x20 && value != 0x7F) {
-            if (byte == '"' || byte == '\\') run += '\\';
-            run += byte;
-            continue;
-        }
-        char escape[8];
-        std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(value));
-        text += Displayable(run) + escape;
-        run.clear();
-    }
-    return text + Displayable(run) + '"';
-}
-
-std::string JsonNumber(const char* name, std::uint64_t number) {
-    return JsonText(name) + ':' + std::to_string(number);
 }
 
 std::string JsonOf(const Finding& finding) {

@@ -6,6 +6,7 @@
 
 #include "Arguments.h"
 #include "CheckCommand.h"
+#include "InfoCommand.h"
 #include "LogOutput.h"
 #include "Messages.h"
 #include "OutputFile.h"
@@ -24,8 +25,16 @@ void OccupyStandardDescriptors() {
 }
 
 bool RunChosen(const Arguments& arguments) {
-    if (arguments.command == Command::Check) return RunCheck(arguments.check);
-    return arguments.command == Command::Thumb ? RunThumb(arguments.thumb) : RunSheet(arguments.sheet);
+    switch (arguments.command) {
+        case Command::Thumb:
+            return RunThumb(arguments.thumb);
+        case Command::Sheet:
+            return RunSheet(arguments.sheet);
+        case Command::Info:
+            return RunInfo(arguments.info);
+        default:
+            return RunCheck(arguments.check);
+    }
 }
 
 int RunCommand(const Arguments& arguments) {

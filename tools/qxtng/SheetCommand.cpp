@@ -9,6 +9,7 @@
 #include "SheetFigures.h"
 #include "SheetPage.h"
 #include "SourceFile.h"
+#include "ThumbnailCache.h"
 #include "TileMaker.h"
 
 namespace Client {
@@ -63,8 +64,8 @@ SheetFigures WriteTiles(const SheetSource& source, const std::vector<std::string
 void Report(const SheetFigures& figures, const std::string& page) {
     char rate[48];
     std::snprintf(rate, sizeof rate, "%.0f per second", figures.FilesPerSecond());
-    PrintLine(ToText(figures.Files()) + " files, " + ToText(figures.Failed()) + " failed, " +
-              ToText(figures.time) + ", " + rate);
+    PrintLine(ToText(figures.Files()) + " files, " + ToText(figures.Cached()) + " from the cache, " +
+              ToText(figures.Failed()) + " failed, " + ToText(figures.time) + ", " + rate);
     PrintLine("Contact sheet: " + Displayable(page));
 }
 
@@ -75,6 +76,7 @@ bool RunSheet(const SheetOptions& options) {
     const SheetSource source = DescribeSource(options);
     CheckPage(options, source, files);
     SheetPage page(options.page, source);
+    const ThumbnailCache cache(options.cache);
     const SheetFigures figures = WriteTiles(source, files, page);
     page.Finish(figures);
     Report(figures, AbsolutePath(options.page));

@@ -15,8 +15,10 @@ struct SheetFigures {
     std::chrono::duration<double> time{};
 
     void Count(TileKind kind) { ++tiles[static_cast<std::size_t>(kind)]; }
+    std::size_t Of(TileKind kind) const { return tiles[static_cast<std::size_t>(kind)]; }
     std::size_t Files() const;
-    std::size_t Failed() const { return tiles[static_cast<std::size_t>(TileKind::Failed)]; }
+    std::size_t Cached() const { return Of(TileKind::Cached); }
+    std::size_t Failed() const { return Of(TileKind::Failed); }
     double FilesPerSecond() const;
 };
 

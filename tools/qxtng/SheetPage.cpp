@@ -40,6 +40,7 @@ std::string Figure(const std::string& label, const std::string& value, std::stri
 
 std::string Figures(const SheetFigures& figures) {
     std::string html = "<dl>\n" + Figure("Files", ToText(figures.Files()));
+    html += Figure("From the cache", ToText(figures.Cached()));
     html += Figure("Failed", ToText(figures.Failed()), figures.Failed() != 0 ? "bad" : "");
     html += Figure("Per second", ToText(static_cast<std::size_t>(figures.FilesPerSecond() + 0.5)));
     html += Figure("Total time", ToText(figures.time));

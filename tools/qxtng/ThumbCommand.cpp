@@ -11,6 +11,7 @@
 #include "PictureEncoder.h"
 #include "ThumbTarget.h"
 #include "Thumbnail.h"
+#include "ThumbnailCache.h"
 
 namespace Client {
 namespace {
@@ -63,6 +64,7 @@ void MakeOne(const std::string& file, const ThumbOptions& options, ThumbTarget& 
 
 bool RunThumb(const ThumbOptions& options) {
     ThumbTarget target(options);
+    const ThumbnailCache cache(options.cache);
     bool good = true;
     for (const std::string& file : options.files) {
         try {

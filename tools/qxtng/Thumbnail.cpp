@@ -77,6 +77,13 @@ std::optional<TNGSize> OriginalSize(const std::string& path) {
     return size;
 }
 
+CacheEntry FindCacheEntry(const std::string& path) {
+    int isUpToDate = 0;
+    if (IsCachedThumbnailUpToDate(Platform::PathFromBytes(path).c_str(), &isUpToDate) != QXTNG_SUCCESS)
+        return CacheEntry::None;
+    return isUpToDate != 0 ? CacheEntry::UpToDate : CacheEntry::OutOfDate;
+}
+
 std::string_view NameOf(TNGOrigin origin) {
     switch (origin) {
         case ORIGIN_EMBEDDED:

@@ -51,6 +51,10 @@ ImageThumbnail MakeImageThumbnail(const ThumbnailRequest& request);
 /// Width and height of the picture itself; none for what is no picture, or cannot be read.
 std::optional<TNGSize> OriginalSize(const std::string& path);
 
+/// What the cache has of a file: an entry is out of date if the file has changed since.
+enum class CacheEntry { None, UpToDate, OutOfDate };
+CacheEntry FindCacheEntry(const std::string& path);
+
 /// "embedded", "decoded", "default" or "cached".
 std::string_view NameOf(TNGOrigin origin);
 
