@@ -6,7 +6,6 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
-set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 # Unique symbols would keep a library in memory after dlclose.
@@ -29,5 +28,8 @@ function(qxtng_add_library name)
     if(NOT QXTNG_SANITIZE)
         target_link_options(${name} PRIVATE LINKER:-z,defs)
     endif()
-    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${script} INSTALL_RPATH "$ORIGIN")
+    # The same path in the build as when installed: it would be padded otherwise, with elements that mean the
+    # current folder.
+    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${script} BUILD_WITH_INSTALL_RPATH ON
+                          INSTALL_RPATH "$ORIGIN")
 endfunction()

@@ -38,6 +38,7 @@ CTNGCacheEntry::CTNGCacheEntry(const char16_t* pszOperation, const char16_t* psz
             continue;
         }
         m_bIn = s_bCacheLockedByClient ? EnterUnderClient() : EnterWithOwnHold();
+        if (m_bHopeless) return;
     }
     LogEntry(pszOperation, pszLogSource, HasOwnHold());
 }
@@ -50,7 +51,10 @@ bool CTNGCacheEntry::EnterUnderClient() {
 }
 
 bool CTNGCacheEntry::EnterWithOwnHold() {
+    const auto start = std::chrono::steady_clock::now();
     m_hold.emplace(m_pMutex.get(), false, kPiece, true);
+    // What fails at once will fail again; waiting would never end.
+    m_bHopeless = !m_hold->IsLocked() && std::chrono::steady_clock::now() - start < kPause;
     // Looked at again now that the hold counts: who empties the cache sees either the hold, or this the flag.
     if (m_hold->IsLocked() && !s_bAbandonThreads && m_pMutex == s_pCacheMutex.Get()) return true;
     m_hold.reset();  // nothing was held, or the lock of a folder that is being left

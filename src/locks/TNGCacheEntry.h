@@ -37,4 +37,5 @@ class CTNGCacheEntry {
     std::shared_ptr<CTNGCacheMutex> m_pMutex;
     std::optional<CTNGAutoMutexPtr> m_hold;  // of the operation's own
     bool m_bIn = false;
+    bool m_bHopeless = false;
 };

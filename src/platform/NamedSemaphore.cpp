@@ -104,7 +104,7 @@ bool NamedSemaphore::MapPage() {
     void* pPage = mmap(nullptr, kPageBytes, PROT_READ | PROT_WRITE, MAP_SHARED, m_nDescriptor, 0);
     if (pPage == MAP_FAILED) return false;
     static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
-    m_pReleases = static_cast<std::atomic<std::uint32_t>*>(pPage);
+    m_pShared = static_cast<Shared*>(pPage);
     return true;
 }
 
@@ -114,7 +114,7 @@ bool NamedSemaphore::IsOfThisProcess() const {
 
 NamedSemaphore::~NamedSemaphore() {
     Release();
-    if (m_pReleases) munmap(m_pReleases, kPageBytes);
+    if (m_pShared) munmap(m_pShared, kPageBytes);
     if (m_nDescriptor < 0) return;
     if (IsOfThisProcess()) {
         // Given up first: of two objects that go at once, one then finds itself alone.
@@ -126,13 +126,21 @@ NamedSemaphore::~NamedSemaphore() {
 
 std::uint32_t NamedSemaphore::Wait(std::uint32_t nMilliseconds) {
     if (!IsOfThisProcess()) return WAIT_FAILED;
+    if (TryTake()) return WAIT_OBJECT_0;
     const Deadline deadline(nMilliseconds);
+    ++m_pShared->waiters;
+    const std::uint32_t end = WaitAsleep(deadline);
+    --m_pShared->waiters;
+    return end;
+}
+
+std::uint32_t NamedSemaphore::WaitAsleep(const Deadline& deadline) {
     for (;;) {
         // Read before the try: a release in between changes it, and the sleep does not begin.
-        const std::uint32_t releases = m_pReleases->load(std::memory_order_acquire);
+        const std::uint32_t releases = m_pShared->releases;
         if (TryTake()) return WAIT_OBJECT_0;
         if (deadline.HasPassed()) return WAIT_TIMEOUT;
-        FutexWait(*m_pReleases, releases, deadline, FutexReach::AllProcesses, kSlice);
+        FutexWait(m_pShared->releases, releases, deadline, FutexReach::AllProcesses, kSlice);
     }
 }
 
@@ -151,8 +159,8 @@ bool NamedSemaphore::Release() {
     if (!m_hold.compare_exchange_strong(hold, Hold::Changing)) return false;
     const bool bReleased = flock(m_nDescriptor, LOCK_UN) == 0;
     m_hold.store(Hold::None);
-    m_pReleases->fetch_add(1, std::memory_order_release);
-    FutexWake(*m_pReleases, FutexReach::AllProcesses);
+    ++m_pShared->releases;
+    if (m_pShared->waiters != 0) FutexWake(m_pShared->releases, FutexReach::AllProcesses);
     return bReleased;
 }
 

@@ -37,11 +37,17 @@ class NamedSemaphore final : public Semaphore {
     bool MapPage();
     bool IsOfThisProcess() const;
     bool TryTake();
+    std::uint32_t WaitAsleep(const Deadline& deadline);
 
     std::string m_path;
     pid_t m_owner;  // the process that made the object
     int m_nDescriptor = -1;
-    std::atomic<std::uint32_t>* m_pReleases = nullptr;  // in the shared page: counts the releases
+    // What the page holds for all processes.
+    struct Shared {
+        std::atomic<std::uint32_t> releases;
+        std::atomic<std::uint32_t> waiters;  // that may be asleep; too high once one has been killed
+    };
+    Shared* m_pShared = nullptr;
 
     enum class Hold { None, Changing, Held };
     std::atomic<Hold> m_hold{Hold::None};  // of this object; who sets Changing settles it

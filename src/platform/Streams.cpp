@@ -20,6 +20,29 @@ bool IsOpenForWriting(int nDescriptor) {
 
 }  // namespace
 
+int PlainFile::Open(const char16_t* pszPath) {
+    Close();
+    m_nDescriptor = open(PathToBytes(pszPath).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    return m_nDescriptor >= 0 ? 0 : errno != 0 ? errno : EIO;
+}
+
+void PlainFile::Close() {
+    if (m_nDescriptor >= 0) close(std::exchange(m_nDescriptor, -1));
+}
+
+bool PlainFile::ReadAt(std::int64_t nOffset, void* pOut, std::size_t nBytes) const {
+    auto* pNext = static_cast<char*>(pOut);
+    while (nBytes > 0) {
+        const ssize_t got = pread(m_nDescriptor, pNext, nBytes, nOffset);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return false;
+        pNext += got;
+        nOffset += got;
+        nBytes -= static_cast<std::size_t>(got);
+    }
+    return true;
+}
+
 int _wfopen_s(std::FILE** ppStream, const char16_t* pszPath, const char* pszMode) {
     const std::string mode = std::string(pszMode) + 'e';  // not for programs that this process starts
     *ppStream = std::fopen(PathToBytes(pszPath).c_str(), mode.c_str());

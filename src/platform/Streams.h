@@ -6,6 +6,29 @@
 
 #include "Export.h"
 
+/// A file that is read in pieces at known places, without a buffer.
+namespace Platform {
+
+class QXPLATFORM_API PlainFile {
+  public:
+    PlainFile() = default;
+    ~PlainFile() { Close(); }
+    PlainFile(const PlainFile&) = delete;
+    PlainFile& operator=(const PlainFile&) = delete;
+
+    /// 0, or the errno value of the failure.
+    int Open(const char16_t* pszPath);
+    void Close();
+
+    /// Reads all of `nBytes` at `nOffset`, or fails.
+    bool ReadAt(std::int64_t nOffset, void* pOut, std::size_t nBytes) const;
+
+  private:
+    int m_nDescriptor = -1;
+};
+
+}  // namespace Platform
+
 /// Buffered binary streams on files. A stream belongs to one thread at a time: reading and writing take no
 /// lock. ferror() and feof() of the C library tell its state.
 namespace Platform {

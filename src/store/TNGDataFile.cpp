@@ -23,17 +23,19 @@ bool HasError(std::FILE* pFile) {
 }  // namespace
 
 bool CTNGDataFile::Open(const std::u16string& path, bool bRead, bool bCreate) {
-    const int error = Platform::_wfopen_s(&m_pFile, path.c_str(), bRead ? "rb" : bCreate ? "wb" : "a+b");
-    if (error == 0) return !HasError(m_pFile);
     if (bRead) {
-        m_eStatus = error == ENOENT ? DATA_FILE_NOT_FOUND : DATA_FILE_READ_ERROR;
-    } else {
-        m_eStatus = bCreate ? DATA_FILE_READ_ERROR : DATA_FILE_NOT_FOUND;
+        const int error = m_readFile.Open(path.c_str());
+        if (error != 0) m_eStatus = error == ENOENT ? DATA_FILE_NOT_FOUND : DATA_FILE_READ_ERROR;
+        return error == 0;
     }
+    const int error = Platform::_wfopen_s(&m_pFile, path.c_str(), bCreate ? "wb" : "a+b");
+    if (error == 0) return !HasError(m_pFile);
+    m_eStatus = bCreate ? DATA_FILE_READ_ERROR : DATA_FILE_NOT_FOUND;
     return false;
 }
 
 bool CTNGDataFile::Close() {
+    m_readFile.Close();
     return !m_pFile || Platform::CloseStream(std::exchange(m_pFile, nullptr));
 }
 
@@ -41,7 +43,8 @@ std::uint32_t CTNGDataFile::TouchFile(const std::u16string& path) {
     try {
         const TNGLockHold hold = HoldOf(CTNGFileInfo::GetHashCode(path), false);
         if (!hold.IsHeld() || !Open(path, true, false)) return QXTNG_ERROR_FAILED;
-        std::fgetc(m_pFile);
+        std::uint8_t byte = 0;
+        ReadAt(0, sizeof byte, &byte);
         Close();
         return QXTNG_SUCCESS;
     } catch (...) {
@@ -52,7 +55,7 @@ std::uint32_t CTNGDataFile::TouchFile(const std::u16string& path) {
 std::uint32_t CTNGDataFile::ReadDateTime(const std::u16string& path, Platform::FILETIME* pTime) {
     if (!pTime) return QXTNG_ERROR_FAILED;
     if (!Open(path, true, false)) return QXTNG_ERROR_FILE_READ;
-    const bool bRead = Platform::_fread_nolock(pTime, sizeof *pTime, 1, m_pFile) == 1;
+    const bool bRead = ReadAt(0, sizeof *pTime, pTime);
     Close();
     return bRead ? QXTNG_SUCCESS : QXTNG_ERROR_FILE_READ;
 }
@@ -66,8 +69,7 @@ std::uint32_t CTNGDataFile::WriteDateTime(const std::u16string& path, const Plat
 }
 
 bool CTNGDataFile::ReadAt(std::int32_t nOffset, std::int32_t nSize, void* pOut) {
-    if (nOffset < 0 || nSize <= 0 || std::fseek(m_pFile, nOffset, SEEK_SET) != 0) return false;
-    return Platform::_fread_nolock(pOut, static_cast<std::size_t>(nSize), 1, m_pFile) == 1;
+    return nOffset >= 0 && nSize > 0 && m_readFile.ReadAt(nOffset, pOut, static_cast<std::size_t>(nSize));
 }
 
 int CTNGDataFile::ReadBlock(const std::u16string& path, std::uint32_t key, std::int32_t nOffset,

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "platform/Streams.h"
 #include "platform/Time.h"
 #include "store/TNGBlockTrailer.h"
 
@@ -70,6 +71,7 @@ class CTNGDataFile {
     std::int32_t WriteBlock(const TNGBlockTrailer& trailer, const TNGThumbnailBytes& extraLarge,
                             const TNGThumbnailBytes& large, const TNGThumbnailBytes& small);
 
-    std::FILE* m_pFile = nullptr;
+    Platform::PlainFile m_readFile;  // while reading
+    std::FILE* m_pFile = nullptr;    // while writing
     TNGDataFileStatus m_eStatus = DATA_FILE_OK;
 };
