@@ -130,7 +130,6 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
     bool AddLoadedRecords();
     std::uint32_t ForgetOrDelete(bool bDeleteFiles);
     std::uint32_t SynchronizeDirectoryMap(bool* pbModified);
-    bool ResetIfChanged(CTNGFolderMap& folderMap);
     std::uint32_t ResetFolderMap(CTNGFolderMap* pFolderMap);
     std::uint32_t RemoveFolderMap(CTNGFolderMap* pFolderMap);
     std::uint32_t MoveFolderMaps(const std::u16string& newFolder);

@@ -10,8 +10,10 @@ namespace {
 
 constexpr char16_t s_szLogSource[] = u"TNGSharedDataMgr";
 
-bool IsLater(const Platform::FILETIME& time, const Platform::FILETIME& than) {
-    return Platform::CompareFileTime(&time, &than) > 0;
+// Not only a later time: that of a writer which died before it had stamped its file may be an earlier one,
+// and so may any be once the clock has been set back.
+bool IsOther(const Platform::FILETIME& time, const Platform::FILETIME& known) {
+    return Platform::CompareFileTime(&time, &known) != 0;
 }
 
 }  // namespace
@@ -40,7 +42,7 @@ std::uint32_t CTNGSharedDataMgr::SynchronizeCache(bool* pbModified) {
         return QXTNG_SUCCESS;
     }
     SynchronizeDirectoryMap(pbModified);
-    if (IsLater(index.ftLastWriteTime, s_ftDirectoryMap)) {
+    if (IsOther(index.ftLastWriteTime, s_ftDirectoryMap)) {
         *pbModified = true;
         bool bAdded = false;
         m_pFolderMaps->CheckAndAddNewFolderMap(indexPath, &bAdded);
@@ -62,7 +64,7 @@ std::uint32_t CTNGSharedDataMgr::SynchronizeDirectoryMap(bool* pbModified) {
         if (!CTNGFileInfo::FindFileData(CachePath(folderMap.m_strListFileName).c_str(), &list, false) ||
             !Platform::PathFileExistsW(CachePath(folderMap.m_strDataFileName).c_str())) {
             gone.push_back(&folderMap);
-        } else if (folderMap.m_bListLoaded && IsLater(list.ftLastWriteTime, folderMap.m_ftListFile) &&
+        } else if (folderMap.m_bListLoaded && IsOther(list.ftLastWriteTime, folderMap.m_ftListFile) &&
                    ResetFolderMap(&folderMap) == QXTNG_SUCCESS) {
             folderMap.m_ftListFile = list.ftLastWriteTime;
             *pbModified = true;

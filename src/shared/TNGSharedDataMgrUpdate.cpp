@@ -57,6 +57,7 @@ int CTNGSharedDataMgr::MarkStaleBlock(const std::u16string& path) {
     return 1;
 }
 
+// For writing: a list that is written anew gives its records new locations.
 int CTNGSharedDataMgr::SaveFolderMap(const std::u16string& folder, bool bCompact) {
     // For writing: a compaction changes the locations in the records.
     const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
@@ -72,6 +73,8 @@ std::uint32_t CTNGSharedDataMgr::RewriteList(CTNGFolderMap& folderMap, bool bCom
         folderMap.FileDataList->SaveList(bCompact, folderMap.m_strDataFileName, true);
     if (result != QXTNG_SUCCESS) return result;
     folderMap.NoteRewritten();
+    CTNGFileInfo::GetFileLastWriteTime(CachePath(folderMap.m_strListFileName).c_str(),
+                                       &folderMap.m_ftListFile);
     if (bCompact) folderMap.m_nStaleBlocks = 0;
     return QXTNG_SUCCESS;
 }

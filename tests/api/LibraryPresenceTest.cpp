@@ -1,12 +1,16 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <string>
 
+#include "CacheCheck.h"
 #include "common/TNGTypes.h"
+#include "locks/Outsider.h"
 #include "platform/graphics/Image.h"
 #include "support/LogCapture.h"
 #include "support/PictureWriter.h"
@@ -37,15 +41,18 @@ class Installation {
         m_hLibrary = nullptr;
     }
 
+    template <typename... Arguments>
+    std::uint32_t Call(const char* pszExport, Arguments... arguments) const {
+        const auto pfn = reinterpret_cast<std::uint32_t (*)(Arguments...)>(dlsym(m_hLibrary, pszExport));
+        return pfn ? pfn(arguments...) : ~0u;
+    }
+
     std::uint32_t MakeThumbnail(TNGSize box = {160, 160}) const {
-        using Function = std::uint32_t (*)(const char16_t*, TNGSize, int, Gdiplus::Image**, int*, int*);
-        const auto pfn =
-            reinterpret_cast<Function>(dlsym(m_hLibrary, "QXGenerateThumbnailImageInForeGround"));
-        if (!pfn) return ~0u;
         Gdiplus::Image* pImage = nullptr;
         int eOrigin = -1;
         int bDefault = -1;
-        const std::uint32_t result = pfn(m_picture.c_str(), box, 0, &pImage, &eOrigin, &bDefault);
+        const std::uint32_t result = Call("QXGenerateThumbnailImageInForeGround", m_picture.c_str(), box, 0,
+                                          &pImage, &eOrigin, &bDefault);
         const std::unique_ptr<Gdiplus::Image> owner(pImage);
         EXPECT_EQ(pImage != nullptr, result == QXTNG_SUCCESS);
         EXPECT_EQ(bDefault, result == QXTNG_SUCCESS ? 0 : 1);
@@ -79,17 +86,79 @@ TEST(LibraryPresence, AnImageLibraryThatComesLaterIsTaken) {
     }
 }
 
+// A cache folder that a library gets to work with, and what shows whether it has let go of it.
+class CacheInUse {
+  public:
+    CacheInUse() { fs::copy(QXTNG_TEST_DATA "/two-folders", m_folder.Path()); }
+
+    void Use(const Installation& installation) const {
+        EXPECT_EQ(installation.Call("SetCacheFolder", m_text.c_str()), QXTNG_SUCCESS);
+        EXPECT_EQ(installation.Call("SetCacheEnabled", 1), QXTNG_SUCCESS);
+        EXPECT_EQ(installation.Call("InitDB"), QXTNG_SUCCESS);
+        EXPECT_EQ(installation.Call("LockCache"), QXTNG_SUCCESS);
+        EXPECT_FALSE(IsFree());
+    }
+
+    bool IsFree() const { return m_outsider.CanEnter(); }
+    bool IsWhole() const { return CacheCheck::CheckCache(m_folder.Path()).findings.empty(); }
+
+  private:
+    TemporaryFolder m_folder;
+    std::u16string m_text = TextOf(m_folder.Path());
+    Outsider m_outsider{QXTNG_LOCK_PLAYER, m_text};
+};
+
+std::ptrdiff_t EntriesOf(const char* pszFolder) {
+    return std::distance(fs::directory_iterator(pszFolder), {});
+}
+
 TEST(LibraryPresence, NothingStaysOfALibraryThatIsUnloaded) {
     Installation installation;
     installation.AddImageLibrary(QXTNG_LIBRARY_FOLDER "/libQxzIml03.so");
-    for (int i = 0; i < 10; ++i) {
-        // The first round unloads a library that was never used.
+    const CacheInUse cache;
+    std::ptrdiff_t nDescriptors = 0, nThreads = 0;
+    std::size_t nBytes = 0;
+    constexpr int kRounds = 40, kWarm = 8;
+    for (int i = 0; i < kRounds; ++i) {
+        // The first rounds unload a library that was never used, and one without a cache.
         EXPECT_EQ(i > 0 ? installation.MakeThumbnail() : 0u, QXTNG_SUCCESS);
+        if (i > 1) {
+            cache.Use(installation);
+            EXPECT_EQ(installation.Call("RefreshDBInSysFileCache"), QXTNG_SUCCESS);
+        }
         EXPECT_TRUE(installation.IsMapped());
         installation.Close();
         EXPECT_FALSE(installation.IsMapped());
+        EXPECT_TRUE(cache.IsFree());
+        if (i == kWarm) {
+            nDescriptors = EntriesOf("/proc/self/fd");
+            nThreads = EntriesOf("/proc/self/task");
+            nBytes = mallinfo2().uordblks;
+        }
         installation.Open();
     }
+    installation.Close();
+    EXPECT_EQ(EntriesOf("/proc/self/fd"), nDescriptors);
+    EXPECT_EQ(EntriesOf("/proc/self/task"), nThreads);
+    EXPECT_LT(mallinfo2().uordblks, nBytes + 100 * (kRounds - kWarm)) << "memory grows with each round";
+    EXPECT_TRUE(cache.IsWhole());
+}
+
+TEST(LibraryPresence, AProcessThatEndsFreesItsOwnHoldOnly) {
+    testing::FLAGS_gtest_death_test_style = "fast";
+    const Installation installation;
+    const CacheInUse cache;
+    EXPECT_EXIT((cache.Use(installation), std::exit(HasFailure())), testing::ExitedWithCode(0), "");
+    EXPECT_TRUE(cache.IsFree());
+    EXPECT_TRUE(cache.IsWhole());
+    cache.Use(installation);
+    EXPECT_EXIT(std::exit(0), testing::ExitedWithCode(0), "");
+    EXPECT_FALSE(cache.IsFree()) << "a child took its parent's hold with it";
+    EXPECT_EQ(installation.Call("InitDB"), QXTNG_SUCCESS);
+    EXPECT_EQ(installation.Call("ReleaseCacheLock"), QXTNG_SUCCESS);
+    EXPECT_TRUE(cache.IsFree());
+    EXPECT_EQ(installation.Call("ShutDown"), QXTNG_SUCCESS);
+    EXPECT_TRUE(cache.IsWhole());
 }
 
 }  // namespace

@@ -35,9 +35,9 @@ TEST(Modules, AreFoundBesideTheCallerAndNeverInTheCurrentFolder) {
 }
 
 TEST(Modules, AreFoundByTheOrdinarySearch) {
-    const HMODULE hModule = LoadLibraryW(u"qxplatform.dll");
+    const HMODULE hModule = LoadLibraryW(u"jpeg.dll");
     ASSERT_NE(hModule, nullptr);
-    EXPECT_NE(GetProcAddress(hModule, "VirtualFree"), nullptr);
+    EXPECT_NE(GetProcAddress(hModule, "jpeg_std_error"), nullptr);
     EXPECT_TRUE(FreeLibrary(hModule));
 }
 

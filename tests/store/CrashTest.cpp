@@ -1,19 +1,13 @@
-// Writers that are killed, at any moment and at every system call: what is on disk must be whole, and what a
+// Writers that are killed at every system call: what is on disk must be whole, and what a
 // record leads to must be its own thumbnail, or recognisably none.
 #include <gtest/gtest.h>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
 
 #include <cerrno>
-#include <chrono>
-#include <random>
 #include <system_error>
-#include <thread>
 
 #include "common/TNGTypes.h"
-#include "locks/LockName.h"
-#include "locks/OtherProcess.h"
-#include "locks/TNGAutoMutexPtr.h"
 #include "store/CacheSteps.h"
 
 namespace fs = std::filesystem;
@@ -43,74 +37,13 @@ std::vector<int> PicturesOnDisk(int* pnUnreadable) {
     return numbers;
 }
 
-// Compares with what the writer noted, and notes what has become of what it was at.
-void CheckAfterKill(volatile WriterLedger& ledger, int* pnUnreadable) {
-    const std::vector<int> numbers = PicturesOnDisk(pnUnreadable);
-    if (ledger.bCompacting && (numbers.empty() || *pnUnreadable)) {
-        *pnUnreadable = 1;  // between its two files a compaction may give up the folder
-        return;
-    }
-    EXPECT_EQ(*pnUnreadable, 0);
-    int nAdding = 0, nAdded = 0;
-    for (int i = 0; i < WriterLedger::kMost; ++i) {
-        const auto found = std::count(numbers.begin(), numbers.end(), i);
-        const WriterLedger::State state = ledger.states[i];
-        EXPECT_LE(found, 1);
-        EXPECT_TRUE(state != WriterLedger::Kept || found) << "picture " << i << " is lost";
-        EXPECT_TRUE((state != WriterLedger::Gone && state != WriterLedger::Unused) || !found) << i;
-        nAdding += state == WriterLedger::Adding;
-        nAdded += state == WriterLedger::Adding && found;
-        if (state != WriterLedger::Unused) ledger.states[i] = found ? WriterLedger::Kept : WriterLedger::Gone;
-    }
-    EXPECT_TRUE(nAdded == 0 || nAdded == nAdding) << "a batch is added as a whole";
-    ledger.bCompacting = 0;
-}
-
-void Empty(const fs::path& folder) {
-    for (const auto& entry : fs::directory_iterator(folder))
-        fs::remove(entry);
-}
-
-TEST(Crash, AtAnyMomentLeavesAWholeCache) {
-    const Cache cache;
-    const TestSupport::TemporaryFolder notes;
-    const TestSupport::LockName lock;
-    const TestSupport::Shared<volatile WriterLedger> ledger(notes / "ledger");
-    std::mt19937 random(std::random_device{}());
-    int nUnreadable = 1;  // begin with an empty cache
-    for (int kill = 0; kill < QXTNG_KILLS && !::testing::Test::HasFailure(); ++kill) {
-        SCOPED_TRACE("kill " + std::to_string(kill));
-        if (nUnreadable || ledger->nNext > WriterLedger::kMost / 2) {
-            Empty(cache / "");
-            ledger->nNext = 0;
-            for (volatile WriterLedger::State& state : ledger->states)
-                state = WriterLedger::Unused;
-        }
-        TestSupport::OtherProcess writer(QXTNG_CACHE_WRITER,
-                                         {"loop", cache / "", notes / "ledger", lock.Bytes()});
-        ASSERT_EQ(writer.Answer(), "ready");
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (std::count(std::begin(ledger->states), std::end(ledger->states), WriterLedger::Kept) == 0) {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "nothing gets saved";
-            std::this_thread::yield();
-        }
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 8000));
-        writer.Kill();
-        CTNGMutex mutex(lock.Text());
-        const CTNGAutoMutexPtr hold(&mutex, true, TNG_LOCK_TIMEOUT_MS, true);
-        ASSERT_TRUE(hold.IsLocked());
-        nUnreadable = 0;
-        CheckAfterKill(*ledger.operator->(), &nUnreadable);
-    }
-}
-
 // A writer that does one thing, and is killed as it enters its nth system call. False if it ended before.
 bool KillAtSystemCall(int n, const fs::path& folder, const char* pszWhat) {
     const pid_t writer = fork();
     if (writer < 0) throw std::system_error(errno, std::generic_category(), "fork");
     if (writer == 0) {
         ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        execl(QXTNG_CACHE_WRITER, "cache_writer", "once", folder.c_str(), pszWhat, nullptr);
+        execl(QXTNG_CACHE_WRITER, "cache_writer", folder.c_str(), pszWhat, nullptr);
         _exit(127);
     }
     int status = 0;

@@ -1,16 +1,14 @@
 // Operations of the store for whose writes there is no room: on a disk that is full, or up to a size that no
 // file may have, both in many places.
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 
 #include <functional>
 
 #include "common/TNGTypes.h"
 #include "locks/FileSizeLimit.h"
+#include "locks/SmallDisk.h"
 #include "store/StoreFixture.h"
 #include "store/TNGCacheFiles.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -21,31 +19,6 @@ constexpr int kPictures = 30;
 std::u16string PathOf(int i) {
     return u"/a/" + std::u16string(20, u'n') + static_cast<char16_t>(u'0' + i);
 }
-
-// A cache folder on a disk of its own, where the test may mount one.
-class SmallDisk {
-  public:
-    explicit SmallDisk(const fs::path& folder) : m_folder(folder) {
-        m_bMounted = mount("none", folder.c_str(), "tmpfs", 0, "size=256k") == 0;
-    }
-    ~SmallDisk() {
-        if (m_bMounted) umount2(m_folder.c_str(), MNT_DETACH);
-    }
-    bool IsMounted() const { return m_bMounted; }
-
-    /// Leaves room for so many bytes, and gives the rest back at the end of the scope.
-    std::shared_ptr<void> Fill(std::size_t nLeft) const {
-        const fs::path ballast = m_folder / "ballast";
-        fs::resize_file((std::ofstream(ballast), ballast), 0);
-        const std::size_t free = fs::space(m_folder).available;
-        if (free > nLeft) std::ofstream(ballast) << std::string(free - nLeft, 'x');
-        return {nullptr, [ballast](void*) { fs::remove(ballast); }};
-    }
-
-  private:
-    fs::path m_folder;
-    bool m_bMounted = false;
-};
 
 // A saved cache of one folder, in memory and on disk.
 struct SavedCache {
@@ -150,8 +123,8 @@ const Operation kOperations[] = {
 // Runs an operation in a new cache where there is room for so many bytes. Whether it went well.
 bool RunWith(const Operation& operation, std::size_t nRoom, bool bFullDisk) {
     const Cache cache;
-    std::unique_ptr<SmallDisk> pDisk;
-    if (bFullDisk) pDisk = std::make_unique<SmallDisk>(cache / "");
+    std::unique_ptr<TestSupport::SmallDisk> pDisk;
+    if (bFullDisk) pDisk = std::make_unique<TestSupport::SmallDisk>(cache / "");
     if (pDisk && !pDisk->IsMounted()) return true;
     SavedCache saved;
     operation.prepare(saved);
@@ -193,7 +166,7 @@ TEST(WriteFailure, LeavesWhatWasThere) {
 TEST(WriteFailure, LeavesNoHalfOfAListThatWasNotThere) {
     const Cache cache;
     const SavedCache saved;
-    fs::remove(cache / "1.dat");
+    std::filesystem::remove(cache / "1.dat");
     const std::set<std::string> names = cache.Names();
     {
         const TestSupport::FileSizeLimit limit(1000);

@@ -14,8 +14,8 @@ std::u16string TextOf(const fs::path& path) {
     return Platform::PathFromBytes(path.native());
 }
 
-TemporaryFolder::TemporaryFolder() {
-    std::string name = fs::temp_directory_path() / "qxtng-test-XXXXXX";
+TemporaryFolder::TemporaryFolder(const fs::path& parent) {
+    std::string name = parent / "qxtng-test-XXXXXX";
     if (!mkdtemp(name.data())) throw std::system_error(errno, std::generic_category(), name);
     m_path = name;
 }

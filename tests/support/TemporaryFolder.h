@@ -13,7 +13,7 @@ std::u16string TextOf(const std::filesystem::path& path);
 /// An empty folder, which goes with the object.
 class TemporaryFolder {
   public:
-    TemporaryFolder();
+    explicit TemporaryFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path());
     ~TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
