@@ -162,7 +162,7 @@ QXTNG_API std::uint32_t UpdateFileInfo(const char16_t* pszFilePath);
 
 /// Make the thumbnails anew of one file, of the files right in a folder, of all: where a file has changed.
 /// Entries of files that are gone go. A picture that cannot be read keeps its old entry: UpdateThumbnail()
-/// answers QXTNG_ERROR_FAILED then. Saved with the next batch of additions, or by ShutDown().
+/// answers QXTNG_ERROR_FAILED then. Saved by ShutDown().
 QXTNG_API std::uint32_t UpdateThumbnail(const char16_t* pszFilePath);
 QXTNG_API std::uint32_t UpdateFolder(const char16_t* pszFolder);
 QXTNG_API std::uint32_t UpdateAllOfCache();

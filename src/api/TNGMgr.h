@@ -71,7 +71,7 @@ class CTNGMgr : public CTNGCollectionBase2<unsigned int, CTNGThread> {
 
     std::uint32_t CreateThreadObject(const TNGBackgroundRequest& request, unsigned* pnThreadId);
     std::unique_ptr<CTNGThread> TakeThread(unsigned nThreadId);
-    std::uint32_t RemoveEndedThread(unsigned nThreadId);
+    std::unique_ptr<CTNGThread> TakeIfEnded(unsigned nThreadId);
 
     TNGGuard m_registryGuard;  // of the table; never held over a wait
     std::unique_ptr<CTNGDBMgr> m_pDBMgr;

@@ -22,19 +22,13 @@ std::uint32_t CTNGMgr::GenerateThumbnailInBackGround(const char16_t* pszFilePath
         {pszFilePath, size, static_cast<std::uint32_t>(eSourceMode), eOutputForm, {}}, pfnCallback, pContext};
     if (*pnThreadId == 0) return CreateThreadObject(request, pnThreadId);
 
-    CTNGThread* pThread = nullptr;
-    {
-        const TNGGuardLock lock(m_registryGuard);
-        pThread = FindItem(*pnThreadId);
-        if (!pThread) return QXTNG_ERROR_THREAD_NOT_FOUND;
-        if (pThread->IsThreadActive()) {
-            if (pThread->IsBusy()) return QXTNG_ERROR_THREAD_BUSY;
-            if (!CTNGFileInfo::FindFileData(pszFilePath, &request.request.entry, false))
-                return QXTNG_ERROR_INVALID_ARGUMENT;
-            return pThread->StartThread(request, nullptr);
-        }
-    }
-    return RemoveEndedThread(*pnThreadId);
+    const bool bFile = CTNGFileInfo::FindFileData(pszFilePath, &request.request.entry, false);
+    const std::unique_ptr<CTNGThread> ended = TakeIfEnded(*pnThreadId);
+    const TNGGuardLock lock(m_registryGuard);
+    CTNGThread* const pThread = FindItem(*pnThreadId);
+    if (!pThread) return QXTNG_ERROR_THREAD_NOT_FOUND;
+    if (pThread->IsBusy()) return QXTNG_ERROR_THREAD_BUSY;
+    return bFile ? pThread->StartThread(request, nullptr) : QXTNG_ERROR_INVALID_ARGUMENT;
 }
 
 std::uint32_t CTNGMgr::CreateThreadObject(const TNGBackgroundRequest& filed, unsigned* pnThreadId) {
@@ -63,9 +57,13 @@ std::unique_ptr<CTNGThread> CTNGMgr::TakeThread(unsigned nThreadId) {
     return pThread;
 }
 
-std::uint32_t CTNGMgr::RemoveEndedThread(unsigned nThreadId) {
-    TakeThread(nThreadId);
-    return QXTNG_ERROR_THREAD_NOT_FOUND;
+// The same of a thread that has ended by itself.
+std::unique_ptr<CTNGThread> CTNGMgr::TakeIfEnded(unsigned nThreadId) {
+    const TNGGuardLock lock(m_registryGuard);
+    CTNGThread* const pThread = FindItem(nThreadId);
+    if (!pThread || pThread->IsThreadActive()) return nullptr;
+    m_pTable->erase(nThreadId);
+    return std::unique_ptr<CTNGThread>(pThread);
 }
 
 std::uint32_t CTNGMgr::QXStopBackGroundThread(unsigned nThreadId) {
@@ -83,16 +81,11 @@ std::uint32_t CTNGMgr::QXStopBackGroundThread(unsigned nThreadId) {
 std::uint32_t CTNGMgr::IsBackGroundThreadActive(unsigned nThreadId, int* pbActive) {
     if (!pbActive) return QXTNG_ERROR_INVALID_ARGUMENT;
     *pbActive = 0;
-    {
-        const TNGGuardLock lock(m_registryGuard);
-        const CTNGThread* const pThread = FindItem(nThreadId);
-        if (!pThread) return QXTNG_ERROR_THREAD_NOT_FOUND;
-        if (pThread->IsThreadActive()) {
-            *pbActive = 1;
-            return QXTNG_SUCCESS;
-        }
-    }
-    return RemoveEndedThread(nThreadId);
+    const std::unique_ptr<CTNGThread> ended = TakeIfEnded(nThreadId);
+    const TNGGuardLock lock(m_registryGuard);
+    if (!FindItem(nThreadId)) return QXTNG_ERROR_THREAD_NOT_FOUND;
+    *pbActive = 1;
+    return QXTNG_SUCCESS;
 }
 
 void CTNGMgr::StopThreads() {

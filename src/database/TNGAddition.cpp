@@ -28,6 +28,8 @@ bool CTNGAddition::Begin() {
         m_bStateMoved = true;
     }
     m_record = *pRecord;
+    pRecord->m_pAddition = m_pToken;
+    m_nRewrites = pRecord->m_pFolderMap->FileDataList->Rewrites();
     m_nDataFileKey = pRecord->m_pFolderMap->m_nDataFileKey;
     m_generation = TNGDataGeneration(*pRecord->m_pFolderMap);
     m_shared.Release();
@@ -44,6 +46,8 @@ CTNGAddition::Outcome CTNGAddition::Publish() {
     *pLive = m_record;
     s_bCacheDirty = true;
     ++s_nPendingAdds;
+    if (pLive->m_pFolderMap->FileDataList->Rewrites() != m_nRewrites)
+        m_sharedData.NoteChangedRecord(*pLive->m_pFolderMap);
     return Outcome::Published;
 }
 
@@ -58,13 +62,14 @@ bool CTNGAddition::FlushIfDue(bool* pbFlushed) {
 }
 
 void CTNGAddition::End() {
+    if (m_eDBState == TNG_DB_NOT_LOADED)
+        m_eDBState = m_sharedData.HasUnloadedFolders() ? TNG_DB_PARTIAL : TNG_DB_LOADED;
     m_shared.Release();
-    TNGDBState none = TNG_DB_NOT_LOADED;
-    m_eDBState.compare_exchange_strong(none, TNG_DB_LOADED);
 }
 
 void CTNGAddition::TakeBack() {
     m_shared.Release();
+    m_pToken.reset();
     m_sharedData.RemoveFileData(m_path);
-    if (m_bStateMoved) m_eDBState = TNG_DB_NOT_LOADED;
+    if (m_bStateMoved && !m_sharedData.HasFolderMaps()) m_eDBState = TNG_DB_NOT_LOADED;
 }

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "locks/TNGAutoMutexPtr.h"
@@ -60,7 +61,9 @@ class CTNGAddition {
     CTNGAutoMutexPtr m_shared;
     CTNGFileData m_record;
     TNGDataGeneration m_generation;
+    std::shared_ptr<const void> m_pToken = std::make_shared<char>();  // says that the record is being made
     std::uint32_t m_nDataFileKey = 0;
+    std::uint32_t m_nRewrites = 0;  // of the list when the record was made
     bool m_bNewFolderMap = false;
     bool m_bStateMoved = false;
 };

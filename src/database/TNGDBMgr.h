@@ -141,7 +141,7 @@ class CTNGDBMgr {
     std::uint32_t UpdateFileInfo(const std::u16string& path);
 
     /// Makes the thumbnails of a file, of the files right in a folder, or of all files anew where the file
-    /// has changed, and drops those of files that are gone. Saved with the next batch, or by Shutdown().
+    /// has changed, and drops those of files that are gone. Saved by Shutdown().
     std::uint32_t UpdateThumbnail(const std::u16string& path);
     std::uint32_t UpdateFolder(const std::u16string& folder);
     std::uint32_t UpdateAllOfCache();

@@ -1,5 +1,6 @@
 // Loading the cache, keeping it in step with other processes, locking it for the client, saving it.
 
+#include "TNGAddition.h"
 #include "TNGDBMgr.h"
 #include "common/TNGFileInfo.h"
 #include "common/TNGLog.h"
@@ -17,8 +18,10 @@ std::uint32_t CTNGDBMgr::InitDB(const char16_t* path, bool bPathIsFile) {
     std::uint32_t result = QXTNG_SUCCESS;
     const std::scoped_lock load(m_load);
     if (m_eDBState == TNG_DB_NOT_LOADED || !path) {
-        result = m_pSharedData->LoadDB(path, bPathIsFile, false);
+        // Without a path, anew; with one, what another thread has begun meanwhile stays.
+        result = m_pSharedData->LoadDB(path, bPathIsFile, false, path != nullptr);
         m_eDBState = result != QXTNG_SUCCESS ? TNG_DB_NOT_LOADED : path ? TNG_DB_PARTIAL : TNG_DB_LOADED;
+        if (result == QXTNG_SUCCESS && path) m_pSharedData->LoadFolderData(path, bPathIsFile);
     } else if (m_eDBState == TNG_DB_PARTIAL) {
         result = m_pSharedData->LoadFolderData(path, bPathIsFile);
     }
@@ -73,7 +76,7 @@ void CTNGDBMgr::SynchronizeCache() {
 std::uint32_t CTNGDBMgr::LoadIndex() {
     const std::scoped_lock load(m_load);
     if (m_eDBState != TNG_DB_NOT_LOADED) return QXTNG_SUCCESS;
-    const std::uint32_t result = m_pSharedData->LoadDB(nullptr, true, true);
+    const std::uint32_t result = m_pSharedData->LoadDB(nullptr, true, true, true);
     if (result == QXTNG_SUCCESS) m_eDBState = TNG_DB_PARTIAL;
     return result;
 }
@@ -117,6 +120,7 @@ std::uint32_t CTNGDBMgr::Shutdown() {
     SynchronizeCache();
     if (m_pSharedData->Shutdown() != QXTNG_SUCCESS) return QXTNG_ERROR_FAILED;
     s_bCacheDirty = false;
+    s_nPendingAdds = 0;
     m_eDBState = TNG_DB_NOT_LOADED;
     return QXTNG_SUCCESS;
 }

@@ -84,7 +84,7 @@ TNGGeneration::End TNGGeneration::RunThroughCache() {
     const bool bRead = ReadFromCache(&source);
     if (IsStopped()) return End::Stopped;
     if (bRead) {
-        if (!LoadImageLibrary()) return Fail(End::NoLibrary, m_texts.pszNoLibrary);
+        if (!IsImageLibraryBound() && !LoadImageLibrary()) return Fail(End::NoLibrary, m_texts.pszNoLibrary);
         if (Convert(std::move(source))) return End::Made;
         LogIfAny(TNG_LOG_INFO, m_texts.pszCachedNotConverted);
         if (IsStopped()) return End::Stopped;
@@ -122,6 +122,7 @@ TNGGeneration::End TNGGeneration::RunDirectly(bool bCacheOn) {
     const bool bFromCache = bCacheOn && IsKept() &&
                             CTNGThread::CheckAndGetVideoOrLargeTHBFromCache(m_request, &m_pImage, &m_eOrigin,
                                                                             m_pbStop) == QXTNG_SUCCESS;
+    if (IsStopped()) return End::Stopped;
     if (!bFromCache) {
         if (const End end = MakeAndFeed(); end != End::Made) return end;
     }
@@ -163,6 +164,9 @@ bool TNGGeneration::IsFoodForCache() const {
     const bool bOrigin = m_eOrigin == ORIGIN_DEFAULT || (m_eOrigin == ORIGIN_DECODED && !m_bPng);
     if (!bOrigin || !m_pImage || !FitsInto(m_request.box, TNG_EXTRA_LARGE_BOX)) return false;
     if (IsStopped() || !s_pDBMgr->IsCacheEnabled()) return false;
+    // A flat box yields less than what the cache keeps.
+    if (m_pImage->GetWidth() < TNG_LARGE_BOX.nWidth && m_pImage->GetHeight() < TNG_LARGE_BOX.nHeight)
+        return false;
     if (m_bDefault == 1) return m_eAssetType != ASSET_TYPE_IMAGE;
     return m_bDefault == 0 && IsPictureOrVideo(m_eAssetType) && !IsSmallRequest(m_originalSize);
 }

@@ -72,7 +72,8 @@ bool CTNGThread::IsThreadActive() const {
 }
 
 std::uint32_t CTNGThread::StartThread(const TNGBackgroundRequest& request, unsigned* pnThreadId) {
-    if (!m_pWorker->File(request)) return QXTNG_ERROR_THREAD_BUSY;
+    if (!m_pWorker->File(request))
+        return m_pWorker->IsBusy() ? QXTNG_ERROR_THREAD_BUSY : QXTNG_ERROR_THREAD_NOT_FOUND;
     if (!m_hThread) {
         auto pShared = std::make_unique<std::shared_ptr<TNGWorker>>(m_pWorker);
         m_hThread = Platform::_beginthreadex(&threadProc, pShared.get(), &m_nThreadId);

@@ -59,12 +59,16 @@ bool ConvertThumbnailToImage(TNGThumbnailData& source, bool bPng, TNGThumbnailDa
     return true;
 }
 
-bool ConvertThumbnailToCompressed(TNGThumbnailData& source, bool bPng, TNGThumbnailData* pResult) {
+bool ConvertThumbnailToCompressed(TNGThumbnailData& source, bool bPng, int eOrigin,
+                                  TNGThumbnailData* pResult) {
     if (!source.pBuffer && source.pImage) {
         if (!CompressImage(source, bPng) || !HasBuffer(source)) return false;
     } else {
         if (!HasBuffer(source)) return false;
-        if (!IsRenditionBox(BoxOf(source)) && !FitBufferIntoBox(source, bPng)) return false;
+        // Default images come in one size alone.
+        const bool bFits = IsRenditionBox(BoxOf(source)) &&
+                           (eOrigin != ORIGIN_DEFAULT || source.nWidth == TNG_LARGE_BOX.nWidth);
+        if (!bFits && !FitBufferIntoBox(source, bPng)) return false;
     }
     pResult->nWidth = static_cast<std::uint32_t>(source.nLength);
     pResult->nHeight = 0;
@@ -95,7 +99,7 @@ bool ConvertThumbnailIntoProperType(TNGThumbnailData source, std::uint32_t eOutp
             bConverted = ConvertThumbnailToImage(source, bPng, pResult);
             break;
         case TNG_OUTPUT_COMPRESSED:
-            bConverted = ConvertThumbnailToCompressed(source, bPng, pResult);
+            bConverted = ConvertThumbnailToCompressed(source, bPng, eOrigin, pResult);
             break;
         default:
             bConverted = ConvertThumbnailToARGB(source, bPng, pResult);

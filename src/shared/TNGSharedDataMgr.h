@@ -46,7 +46,8 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
 
     /// Loads in place of what is there: everything (no `path`), the index file and the list of one folder, or
     /// with `bLoadDirMapOnly` the index file alone. `bPathIsFile`: the folder that `path` lies in is meant.
-    std::uint32_t LoadDB(const char16_t* path, bool bPathIsFile, bool bLoadDirMapOnly);
+    /// `bKeepLoaded` leaves alone what another thread has loaded or begun meanwhile.
+    std::uint32_t LoadDB(const char16_t* path, bool bPathIsFile, bool bLoadDirMapOnly, bool bKeepLoaded);
 
     /// Loads the list of one folder, unless it is loaded. A list that is damaged costs the folder.
     std::uint32_t LoadFolderData(const char16_t* path, bool bPathIsFile);
@@ -103,6 +104,10 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
 
     /// Notes that a record of the folder got a new block in place of one that is dead now.
     std::uint32_t MarkFolderModified(const std::u16string& folder);
+
+    /// Notes that the list file lacks what a record of the folder has become. The caller holds sharedMutex
+    /// for writing.
+    void NoteChangedRecord(CTNGFolderMap& folderMap);
 
     /// Counts a block that cannot be read as dead. The caller holds folderMapMutex for writing. 1, or 0 if
     /// there is no such folder.

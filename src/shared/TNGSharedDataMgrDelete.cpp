@@ -1,6 +1,7 @@
 #include "TNGSharedDataMgr.h"
 #include "locks/TNGLockHold.h"
 #include "store/TNGCachePaths.h"
+#include "store/TNGDateTimeFile.h"
 #include "store/TNGThumbnailLocation.h"
 
 std::uint32_t CTNGSharedDataMgr::DeleteFileData(const std::u16string& path, bool bSaveList) {
@@ -36,6 +37,7 @@ std::uint32_t CTNGSharedDataMgr::SaveIndexOfTheRest(TNGLockHold& folderMaps) {
 }
 
 void CTNGSharedDataMgr::DeleteFolderOfLastRecord(const CTNGFolderMap& folderMap) {
+    SetCacheModifiedTime();  // first, in case that this process is killed at it
     folderMap.DeleteDataFile();
     folderMap.DeleteListFile();
     const std::u16string folder = folderMap.m_strFolderPath;
@@ -48,6 +50,7 @@ std::uint32_t CTNGSharedDataMgr::DeleteFolder(const std::u16string& folder) {
     if (!shared.IsLocked() || !folderMaps.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
     CTNGFolderMap* const pFolderMap = m_pFolderMaps->FindItem(folder);
     if (!pFolderMap) return QXTNG_ERROR_NOT_CACHED;
+    SetCacheModifiedTime();
     if (!pFolderMap->m_bListLoaded) pFolderMap->DeleteListFile();  // nobody else would
     RemoveFolderMap(pFolderMap);
     return SaveIndexOfTheRest(folderMaps);

@@ -10,12 +10,17 @@ constexpr char16_t s_szLogSource[] = u"TNGSharedDataMgr";
 
 }  // namespace
 
-std::uint32_t CTNGSharedDataMgr::LoadDB(const char16_t* path, bool bPathIsFile, bool bLoadDirMapOnly) {
+std::uint32_t CTNGSharedDataMgr::LoadDB(const char16_t* path, bool bPathIsFile, bool bLoadDirMapOnly,
+                                        bool bKeepLoaded) {
     TNG_LOG(TNG_LOG_ENTER, u"CTNGSharedDataMgr::LoadDB");
     const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
     if (!shared.IsLocked()) {
         TNG_LOG(TNG_LOG_LEAVE, u"CTNGSharedDataMgr::LoadDB condition sharedMutex.IsLocked failed");
         return QXTNG_ERROR_LOCK_FAILED;
+    }
+    if (bKeepLoaded && HasFolderMaps()) {
+        TNG_LOG(TNG_LOG_LEAVE, u"CTNGSharedDataMgr::LoadDB");
+        return QXTNG_SUCCESS;
     }
     ClearIndex();
     const std::uint32_t result =
@@ -81,8 +86,9 @@ std::uint32_t CTNGSharedDataMgr::LoadFolderData(const char16_t* path, bool bPath
 std::uint32_t CTNGSharedDataMgr::ForgetOrDelete(bool bDeleteFiles) {
     const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
     if (!shared.IsLocked()) return QXTNG_ERROR_LOCK_FAILED;
+    if (!m_pFolderMaps->DeleteAll(bDeleteFiles)) return QXTNG_ERROR_LOCK_FAILED;
     ClearIndex();
-    m_pFolderMaps->DeleteAll(bDeleteFiles);
+    s_ftDirectoryMap = Platform::FILETIME{};
     return QXTNG_SUCCESS;
 }
 

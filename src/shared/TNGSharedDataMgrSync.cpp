@@ -34,8 +34,14 @@ std::uint32_t CTNGSharedDataMgr::SynchronizeCache(bool* pbModified) {
     const std::u16string indexPath = CachePath(m_strIndexFileName);
     Platform::WIN32_FIND_DATAW index;
     if (!CTNGFileInfo::FindFileData(indexPath.c_str(), &index, false)) {
+        const Platform::FILETIME known = s_ftDirectoryMap;
+        if (known.dwLowDateTime == 0 && known.dwHighDateTime == 0) {
+            SetCacheModifiedTime();  // a cache that is being begun: there was no index yet
+            return QXTNG_SUCCESS;
+        }
+        if (!m_pFolderMaps->DeleteAll(false)) return QXTNG_ERROR_LOCK_FAILED;
         ClearIndex();
-        m_pFolderMaps->DeleteAll(false);
+        s_ftDirectoryMap = Platform::FILETIME{};
         SetCacheModifiedTime();
         TNG_LOG(TNG_LOG_INFO, u"CTNGSharedDataMgr::SynchronizeCache, cache deleted so cleaned everything");
         *pbModified = true;

@@ -49,6 +49,11 @@ std::uint32_t CTNGSharedDataMgr::MarkFolderModified(const std::u16string& folder
     return QXTNG_SUCCESS;
 }
 
+void CTNGSharedDataMgr::NoteChangedRecord(CTNGFolderMap& folderMap) {
+    const TNGLockHold folderMaps(GetFolderMapMutex(), true);
+    folderMap.NoteChangedRecord();
+}
+
 int CTNGSharedDataMgr::MarkStaleBlock(const std::u16string& path) {
     std::u16string folder = path;
     CTNGFolderMap* const pFolderMap = CutToFolder(folder) ? m_pFolderMaps->FindItem(folder) : nullptr;

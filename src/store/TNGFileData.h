@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 #include "common/TNGTypes.h"
@@ -43,6 +44,7 @@ class CTNGFileData {
     std::int32_t m_nExtraLargeOffset = -1;  // -1: none
     std::int32_t m_nExtraLargeSize = 0;
     CTNGFolderMap* m_pFolderMap = nullptr;  // whose list holds the record; not owned, not stored
+    std::weak_ptr<const void> m_pAddition;  // what is at making it, while something is; not stored
 
   private:
     int LoadFileDataVersion1(std::FILE* pFile);

@@ -143,7 +143,11 @@ std::uint32_t CTNGFileDataCollection::AppendNewRecords() {
 }
 
 std::uint32_t CTNGFileDataCollection::WriteNewRecords(int start) {
-    std::int32_t count = GetCount();
+    // What is still being made goes with a later batch, and all behind it: the order stays.
+    std::int32_t count = start;
+    while (count < GetCount() && GetAt(count)->m_pAddition.expired())
+        ++count;
+    if (count == start) return QXTNG_ERROR_FILE_WRITE;
     std::int32_t bOpened = 0;
     CTNGRecordFile<CTNGFileData> file(CachePath(m_strListFileName), false, &count, &bOpened, start != 0,
                                       m_nSavedBytes, start);
@@ -172,6 +176,7 @@ std::uint32_t CTNGFileDataCollection::SaveList(bool bCompact, const std::u16stri
     if (result == QXTNG_SUCCESS && rewrite.HasNewList()) {
         m_nLastSaved = rewrite.RecordsWritten() - 1;
         m_nSavedBytes = rewrite.ListBytes();
+        ++m_nRewrites;
     }
     return result;
 }

@@ -56,6 +56,9 @@ class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
     /// without blocks that no live record points to. Records of a compaction that fails are as before.
     std::uint32_t SaveList(bool bCompact, const std::u16string& dataFileName, bool bRewrite);
 
+    /// How often the list file has been rewritten: each time without what was marked as deleted then.
+    std::uint32_t Rewrites() const { return m_nRewrites; }
+
     /// True if the list file holds records, but not all of them.
     bool HasUnsavedRecords() const { return m_nLastSaved != -1 && m_nLastSaved < GetCount() - 1; }
 
@@ -86,6 +89,7 @@ class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
 
     std::int32_t m_nLastSaved = -1;   // index of the last record that the list file holds; -1: none
     std::int64_t m_nSavedBytes = -1;  // where these records end in the file; -1: at its end
+    std::uint32_t m_nRewrites = 0;
     std::u16string m_strListFileName;
     CTNGFolderMap* m_pFolderMap;  // the owner
     const TNGFolderFileKeys& m_keys;

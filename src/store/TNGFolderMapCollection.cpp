@@ -8,6 +8,7 @@
 #include "platform/Text.h"
 #include "store/TNGCacheFiles.h"
 #include "store/TNGCachePaths.h"
+#include "store/TNGDateTimeFile.h"
 
 std::atomic<Platform::FILETIME> s_ftDirectoryMap{Platform::FILETIME{}};
 
@@ -110,6 +111,7 @@ std::uint32_t CTNGFolderMapCollection::Load(const std::u16string& fileName, cons
     std::int32_t bOpened = 0;
     IndexFile file(CachePath(fileName), true, &count, &bOpened, false);
     if (!bOpened) {
+        s_ftDirectoryMap.store(Platform::FILETIME{});
         TNG_LOG(TNG_LOG_LEAVE, file.Status() == FILE_NOT_FOUND
                                    ? u"CTNGFolderMapCollection::Load condition eStatus == FILE_NOT_FOUND"
                                    : u"CTNGFolderMapCollection::Load condition QXTNG_ERROR_NOT_CACHED");
@@ -226,6 +228,7 @@ std::uint32_t CTNGFolderMapCollection::SaveFolderMaps(const std::u16string& file
     const TNGLockHold hold(GetFolderMapMutex(), true);
     if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
     try {
+        SetCacheModifiedTime();  // first, in case that this process is killed at it
         auto count = static_cast<std::int32_t>(m_pTable->size());
         std::int32_t bOpened = 0;
         IndexFile file(CachePath(fileName), false, &count, &bOpened, false);
@@ -264,6 +267,7 @@ bool CTNGFolderMapCollection::SaveFolder(IndexFile& file, CTNGFolderMap& folderM
 std::uint32_t CTNGFolderMapCollection::AppendThumbnails(const std::u16string& fileName) {
     if (m_pTable->empty()) return QXTNG_SUCCESS;
     try {
+        SetCacheModifiedTime();
         auto count = static_cast<std::int32_t>(m_pTable->size());
         std::int32_t bOpened = 0;
         IndexFile file(CachePath(fileName), false, &count, &bOpened, false);
@@ -283,10 +287,13 @@ std::uint32_t CTNGFolderMapCollection::AppendThumbnails(const std::u16string& fi
     }
 }
 
-void CTNGFolderMapCollection::DeleteAll(bool bDeleteFiles) {
+bool CTNGFolderMapCollection::DeleteAll(bool bDeleteFiles) {
+    const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
+    if (!pMutex) return true;  // nothing was ever loaded
     {
-        const TNGLockHold hold(GetFolderMapMutex(), true);
-        if (!hold.IsHeld() || m_pTable->empty()) return;
+        const TNGLockHold hold(pMutex, true);
+        if (!hold.IsHeld()) return false;
+        if (m_pTable->empty()) return true;
         for (auto& [path, pFolderMap] : *m_pTable) {
             pFolderMap->FileDataList->ResetList(bDeleteFiles);
             if (bDeleteFiles && pFolderMap->DeleteDataFile())
@@ -297,6 +304,7 @@ void CTNGFolderMapCollection::DeleteAll(bool bDeleteFiles) {
     // The lock stays: a thread may wait for it now, and two locks at a time would guard nothing.
     const TNGGuardLock lock(m_guard);
     if (bDeleteFiles && !m_strIndexFileName.empty()) DeleteIndexFile(m_strIndexFileName);
+    return true;
 }
 
 void CTNGFolderMapCollection::DeleteIndexFile(const std::u16string& fileName) {

@@ -54,8 +54,8 @@ class CTNGFolderMapCollection : public CTNGCollectionBase2<std::u16string, CTNGF
     std::uint32_t AppendThumbnails(const std::u16string& fileName);
 
     /// Drops all folder maps, and with `bDeleteFiles` deletes all files of the cache, under a write hold that
-    /// it takes.
-    void DeleteAll(bool bDeleteFiles);
+    /// it takes. False, and nothing changed, if it cannot be had.
+    bool DeleteAll(bool bDeleteFiles);
 
     /// Deletes the index file.
     static void DeleteIndexFile(const std::u16string& fileName);

@@ -11,6 +11,7 @@
 #include "locks/TNGFileLockRegistry.h"
 #include "platform/Streams.h"
 #include "store/TNGCachePaths.h"
+#include "store/TNGDateTimeFile.h"
 #include "store/TNGFolderFileKeys.h"
 #include "store/TNGRecordFile.h"
 #include "store/TNGThumbnailLocation.h"
@@ -73,6 +74,8 @@ std::uint32_t TNGListRewrite::TakePlace(bool bCompact) {
     const CTNGAutoMutexPtr hold(bCompact ? pLock.get() : nullptr, true, TNG_LOCK_TIMEOUT_MS, bCompact);
     if (bCompact && (!hold.IsLocked() || SizeOfFile(m_strDataPath) != m_nDataBytes))
         return QXTNG_ERROR_FAILED;
+    // Announced first: whoever comes after this process has been killed must look at the files again.
+    SetCacheModifiedTime();
     if (m_bNewList && !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
     if (bCompact) ++*m_keys.m_pDataGeneration;
     if (bCompact && !m_newData.Replace(m_strDataPath)) return QXTNG_ERROR_FILE_WRITE;
@@ -131,15 +134,23 @@ TNGListRewrite::Fate TNGListRewrite::Compact(CTNGFileData& record) {
         record.m_bDeleted = 1;  // it will be made again, with the thumbnail that it lacks
         return Fate::Drop;
     }
-    return CopyThumbnailBlock(record, bKeepExtraLarge) ? Fate::Keep : Fate::Fail;
+    const Fate fate = CopyThumbnailBlock(record, bKeepExtraLarge);
+    if (fate == Fate::Drop) record.m_bDeleted = 1;  // it is damaged, and will be made again, too
+    return fate;
 }
 
-bool TNGListRewrite::CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLarge) {
+// What the status of a read that failed makes of its record.
+TNGListRewrite::Fate TNGListRewrite::FateOfUnreadable(const CTNGDataFile& file) {
+    const TNGDataFileStatus eStatus = file.Status();
+    return eStatus == DATA_FILE_READ_ERROR || eStatus == DATA_FILE_BAD_TRAILER ? Fate::Drop : Fate::Fail;
+}
+
+TNGListRewrite::Fate TNGListRewrite::CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLarge) {
     const bool bExtraLarge = bKeepExtraLarge || record.m_eFileType == ASSET_TYPE_VIDEO;
     const auto isPossible = [this](std::int32_t size) { return size > 0 && size <= m_nDataBytes; };
-    if (bExtraLarge && !isPossible(record.m_nExtraLargeSize)) return false;
-    if (!isPossible(record.m_nLargeSize) || !isPossible(record.m_nSmallSize)) return false;
-    if (!m_newData.IsMade()) return false;
+    if (bExtraLarge && !isPossible(record.m_nExtraLargeSize)) return Fate::Drop;
+    if (!isPossible(record.m_nLargeSize) || !isPossible(record.m_nSmallSize)) return Fate::Drop;
+    if (!m_newData.IsMade()) return Fate::Fail;
 
     CTNGDataFile file;
     const std::uint32_t key = m_keys.m_nDataFileKey;
@@ -150,27 +161,27 @@ bool TNGListRewrite::CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLar
     TNGBlockTrailer trailer;
     if (bExtraLarge && file.ReadBlock(m_strDataPath, key, record.m_nExtraLargeOffset,
                                       record.m_nExtraLargeSize, extraLarge.data()) != 0) {
-        return false;
+        return FateOfUnreadable(file);
     }
     if (file.ReadBlock(m_strDataPath, key, record.m_nLargeOffset, record.m_nLargeSize, large.data()) != 0)
-        return false;
+        return FateOfUnreadable(file);
     const std::int64_t trailerOffset = std::int64_t{record.m_nSmallOffset} + record.m_nSmallSize;
-    if (trailerOffset > m_nDataBytes) return false;
+    if (trailerOffset > m_nDataBytes) return Fate::Drop;
     if (file.ReadBlockChecked(m_strDataPath, key, record.m_nSmallOffset, record.m_nSmallSize,
                               static_cast<std::int32_t>(trailerOffset), &trailer, small.data()) != 0) {
-        return false;
+        return FateOfUnreadable(file);
     }
     const std::int64_t nBlockBytes = std::int64_t{bExtraLarge ? record.m_nExtraLargeSize : 0} +
                                      record.m_nLargeSize + record.m_nSmallSize + std::int64_t{sizeof trailer};
-    if (!KeepFromMistakes(record, nBlockBytes)) return false;
+    if (!KeepFromMistakes(record, nBlockBytes)) return Fate::Fail;
     const std::int32_t offset = file.AppendBlock(
         m_newData.Path(), key, trailer, {bExtraLarge ? extraLarge.data() : nullptr, record.m_nExtraLargeSize},
         {large.data(), record.m_nLargeSize}, {small.data(), record.m_nSmallSize});
-    if (offset < 0) return false;
+    if (offset < 0) return Fate::Fail;
     m_nNewDataBytes = offset + nBlockBytes;
     SetThumbnailLocations(record, false, offset, bExtraLarge, record.m_nExtraLargeSize, record.m_nLargeSize,
                           record.m_nSmallSize);
-    return true;
+    return Fate::Keep;
 }
 
 // The two files take their places one after the other. A process that dies in between leaves new locations to

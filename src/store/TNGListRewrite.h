@@ -50,7 +50,8 @@ class TNGListRewrite {
     std::uint32_t WriteRecords(bool bCompact, ListFile* pList);
     bool WriteRecord(CTNGFileData& record, ListFile* pList);
     Fate Compact(CTNGFileData& record);
-    bool CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLarge);
+    static Fate FateOfUnreadable(const CTNGDataFile& file);
+    Fate CopyThumbnailBlock(CTNGFileData& record, bool bKeepExtraLarge);
     bool KeepFromMistakes(const CTNGFileData& record, std::int64_t nBlockBytes);
     bool IsOldTrailerAt(std::int64_t nOffset, bool* pbTrailer);
     bool WriteDeadByte();

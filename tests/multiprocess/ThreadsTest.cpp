@@ -111,7 +111,7 @@ void DeleteFolderAndAdd(int round) {
 }
 
 void LoadIndexAnew(int) {
-    InCache([] { SharedData().LoadDB(nullptr, true, true); });
+    InCache([] { SharedData().LoadDB(nullptr, true, true, false); });
 }
 
 // As the update of a folder does, none of whose files are there any more.

@@ -1,3 +1,4 @@
+#include "locks/TNGLockHold.h"
 #include "store/TNGFolderMap.h"
 
 #include <gtest/gtest.h>
@@ -86,9 +87,9 @@ TEST(FolderMap, SavesItsListAsNeeded) {
     }
     const auto pFolder = NewFolder(u"/p", 1);
     AddPicture(*pFolder, u"/p/a", 1);
-    pFolder->FileDataList->GetAt(0)->m_nSmallOffset = 9999;
     pFolder->m_nStaleBlocks = 1;
-    EXPECT_EQ(SaveTo(cache, *pFolder), 0) << "its data file cannot be compacted";
+    const TNGLockHold hold(pFolder->FileDataList->GetListLock(), true);
+    EXPECT_EQ(SaveTo(cache, *pFolder), 0) << "somebody is at its list";
     EXPECT_EQ(cache.Read("index"), Bytes()) << "no record of it";
     EXPECT_EQ(pFolder->m_nStaleBlocks, 1);
 }
