@@ -44,6 +44,7 @@ CTNGAddition::Outcome CTNGAddition::Publish() {
         return Outcome::Gone;
     m_record.m_pFolderMap = pLive->m_pFolderMap;
     *pLive = m_record;
+    pLive->m_pFolderMap->FileDataList->NoteBlock(*pLive);
     s_bCacheDirty = true;
     ++s_nPendingAdds;
     if (pLive->m_pFolderMap->FileDataList->Rewrites() != m_nRewrites)

@@ -57,7 +57,13 @@ CTNGFolderMap* CTNGSharedDataMgr::FindOrMakeFolderMap(const std::u16string& fold
     if (pFound) {
         // Its list may have been forgotten since it was asked for; what is added goes with all of it.
         const std::uint32_t result = m_pFolderMaps->LoadIndexFile(folder, false, &pFound, m_pTable.get());
-        if (result == QXTNG_SUCCESS) return pFound;
+        if (result == QXTNG_SUCCESS) {
+            if (pFound->FileDataList->DropLostBlocks()) {
+                pFound->NoteChangedRecord();
+                ++*pFound->m_pDataGeneration;
+            }
+            return pFound;
+        }
         if (result == QXTNG_ERROR_LOCK_FAILED) return nullptr;
         // What cannot be read is given up, and begun anew.
         pFound->DeleteDataFile();

@@ -9,6 +9,7 @@
 #include "store/TNGCachePaths.h"
 #include "store/TNGListRewrite.h"
 #include "store/TNGRecordFile.h"
+#include "store/TNGThumbnailLocation.h"
 
 namespace {
 
@@ -94,6 +95,31 @@ std::uint32_t CTNGFileDataCollection::LoadList(const std::u16string& name, TNGPa
     return result;
 }
 
+void CTNGFileDataCollection::NoteBlock(const CTNGFileData& record) {
+    m_nBlocksEnd = std::max(m_nBlocksEnd, EndOfBlock(record));
+}
+
+void CTNGFileDataCollection::FindBlocksEnd() {
+    m_nBlocksEnd = 0;
+    for (const CTNGFileData* pRecord : *m_pItems)
+        NoteBlock(*pRecord);
+}
+
+// What is appended to a data file that has lost its end would come to lie where records look for theirs.
+bool CTNGFileDataCollection::DropLostBlocks() {
+    if (m_nBlocksEnd == 0) return false;
+    Platform::WIN32_FIND_DATAW entry;
+    CTNGFileInfo::FindFileData(CachePath(m_pItems->front()->m_strDataFileName).c_str(), &entry, false);
+    const auto end = static_cast<std::int64_t>(std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow);
+    if (end >= m_nBlocksEnd) return false;
+    for (CTNGFileData* pRecord : *m_pItems) {
+        if (EndOfBlock(*pRecord) > end) pRecord->m_bDeleted = 1;
+    }
+    FindBlocksEnd();
+    m_nLastSaved = -1;
+    return true;
+}
+
 std::uint32_t CTNGFileDataCollection::LoadRecords(TNGPathIndex* pPathIndex) {
     std::int32_t count = 0;
     std::int32_t bOpened = 0;
@@ -109,13 +135,16 @@ std::uint32_t CTNGFileDataCollection::LoadRecords(TNGPathIndex* pPathIndex) {
         if (file.Status() != FILE_READ_OK) return QXTNG_ERROR_FILE_READ;
         ++m_nLastSaved;
         pRecord->m_pFolderMap = m_pFolderMap;
-        CTNGFileData* const pAdded = pRecord.get();
         AddItem(std::move(pRecord));
-        if (pPathIndex && pAdded->m_bDeleted != 1) (*pPathIndex)[pAdded->m_strFilePath] = pAdded;
     }
     m_nSavedBytes = file.Position();
     // Nothing can follow a record that is cut off: the next append writes the list anew.
     if (file.IsEof()) m_nLastSaved = -1;
+    FindBlocksEnd();
+    DropLostBlocks();
+    for (CTNGFileData* pRecord : *m_pItems) {
+        if (pPathIndex && pRecord->m_bDeleted != 1) (*pPathIndex)[pRecord->m_strFilePath] = pRecord;
+    }
     return QXTNG_SUCCESS;
 }
 
@@ -177,6 +206,7 @@ std::uint32_t CTNGFileDataCollection::SaveList(bool bCompact, const std::u16stri
         m_nLastSaved = rewrite.RecordsWritten() - 1;
         m_nSavedBytes = rewrite.ListBytes();
         ++m_nRewrites;
+        FindBlocksEnd();
     }
     return result;
 }

@@ -59,6 +59,13 @@ class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
     /// How often the list file has been rewritten: each time without what was marked as deleted then.
     std::uint32_t Rewrites() const { return m_nRewrites; }
 
+    /// Notes where the block of a record ends that has become live.
+    void NoteBlock(const CTNGFileData& record);
+
+    /// Marks those records as deleted whose blocks the data file does not hold, because it has been cut off
+    /// or removed from outside; the next append writes the list anew. True if there were any.
+    bool DropLostBlocks();
+
     /// True if the list file holds records, but not all of them.
     bool HasUnsavedRecords() const { return m_nLastSaved != -1 && m_nLastSaved < GetCount() - 1; }
 
@@ -84,12 +91,14 @@ class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
 
     void MakeIndex() const TNG_REQUIRES(m_guard);
     std::uint32_t LoadRecords(TNGPathIndex* pPathIndex);
+    void FindBlocksEnd();
     void DropLoaded(TNGPathIndex* pPathIndex);
     std::uint32_t WriteNewRecords(int start);
 
     std::int32_t m_nLastSaved = -1;   // index of the last record that the list file holds; -1: none
     std::int64_t m_nSavedBytes = -1;  // where these records end in the file; -1: at its end
     std::uint32_t m_nRewrites = 0;
+    std::int64_t m_nBlocksEnd = 0;  // where the last block of a live record ends in the data file
     std::u16string m_strListFileName;
     CTNGFolderMap* m_pFolderMap;  // the owner
     const TNGFolderFileKeys& m_keys;

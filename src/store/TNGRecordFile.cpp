@@ -28,7 +28,7 @@ std::u16string FolderOf(const std::u16string& path) {
 
 bool WriteFile(const std::u16string& path, const char* pContent, std::size_t nBytes) {
     std::FILE* pFile = nullptr;
-    if (Platform::_wfopen_s(&pFile, path.c_str(), "r+b") != 0) return false;
+    if (Platform::_wfopen_s(&pFile, path.c_str(), "wb") != 0) return false;
     const bool bWritten = Platform::_fwrite_nolock(pContent, nBytes, 1, pFile) == 1;
     return Platform::CloseStream(pFile) && bWritten;
 }
@@ -85,7 +85,11 @@ void TNGRecordStream::OpenAnew(const std::u16string& path) {
     m_eMode = Mode::Anew;
     m_strPath = path;
     m_bCreated = Platform::_wfopen_s(&m_pTarget, path.c_str(), "r+b") == ENOENT;
-    if (m_bCreated) Platform::_wfopen_s(&m_pTarget, path.c_str(), "wb");
+    if (m_bCreated) {
+        // A trial only: nobody is to find an empty file if this process is killed before it closes this one.
+        Platform::_wfopen_s(&m_pTarget, path.c_str(), "wb");
+        Platform::DeleteFileW(path.c_str());
+    }
     if (m_pTarget) m_pFile = open_memstream(&m_pContent, &m_nContentBytes);
     if (!m_pFile) {
         if (m_pTarget) DropTarget();
@@ -155,10 +159,11 @@ bool TNGRecordStream::FinishAnew() {
 bool TNGRecordStream::Replace(const char* pContent, std::size_t nBytes) {
     struct stat before {};
     if (fstat(fileno(m_pTarget), &before) != 0) return false;
-    if (nBytes > kPageBytes && before.st_size > 0) {
+    if (m_bCreated || (nBytes > kPageBytes && before.st_size > 0)) {
         TNGTemporaryFile file;
         file.Make(FolderOf(m_strPath));
         if (file.IsMade()) return WriteFile(file.Path(), pContent, nBytes) && file.Replace(m_strPath);
+        if (m_bCreated) return WriteFile(m_strPath, pContent, nBytes);
     }
     return WriteInPlace(pContent, nBytes, before.st_size);
 }

@@ -1,5 +1,7 @@
 #include "TNGThumbnailLocation.h"
 
+#include "store/TNGBlockTrailer.h"
+
 namespace {
 
 // Sizes may come from a damaged file; their sum wraps around and then leads nowhere.
@@ -44,6 +46,12 @@ void GetThumbnailLocation(const CTNGFileData& record, const TNGSize& requested, 
         *pSize = record.m_nSmallSize;
     }
     *pTrailerOffset = Sum(*pOffset, behind);
+}
+
+std::int64_t EndOfBlock(const CTNGFileData& record) {
+    const bool bPicture = record.m_eFileType == ASSET_TYPE_IMAGE || record.m_eFileType == ASSET_TYPE_VIDEO;
+    if (!bPicture || record.m_bDeleted != 0 || record.m_nSmallOffset < 0 || record.m_nSmallSize < 0) return 0;
+    return std::int64_t{record.m_nSmallOffset} + record.m_nSmallSize + std::int64_t{sizeof(TNGBlockTrailer)};
 }
 
 bool HasNoThumbnail(const CTNGFileData& record) {

@@ -311,10 +311,20 @@ FrozenCache LostBlock(const std::string& name, const std::string& verdict) {
         name, verdict, {kBoth, "", "", rest}, {kOneLoaded, "", "", rest}, {"one; two", "", verdict, kBoth}};
 }
 
+// Records whose blocks the data file does not hold do not count.
+FrozenCache LostEnd(const std::string& name, const std::string& verdict, const std::string& one,
+                    const std::string& rest) {
+    return {name,
+            verdict,
+            {one + "; " + kTwo, "", "", rest + "; " + kTwo},
+            {one + "; two", "", "", rest + "; " + kTwo},
+            {"one; two", "", verdict, one + "; " + kTwo}};
+}
+
 std::vector<FrozenCache> DamagedDataFiles() {
     return {
-        KeptList("data-missing", "!data-missing", kOne, kOne, "!data-missing"),
-        LostBlock("data-cut-off", "!block-outside"),
+        LostEnd("data-missing", "!data-missing", "one: a.jpg v2 deleted, b.jpg v2 deleted", "one: empty"),
+        LostEnd("data-cut-off", "!block-outside", "one: a.jpg v2, b.jpg v2 deleted", "one: a.jpg v2"),
         LostBlock("data-trailer-overwritten", "!block-trailer"),
     };
 }
