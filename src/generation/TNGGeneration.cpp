@@ -164,17 +164,22 @@ bool TNGGeneration::IsFoodForCache() const {
     const bool bOrigin = m_eOrigin == ORIGIN_DEFAULT || (m_eOrigin == ORIGIN_DECODED && !m_bPng);
     if (!bOrigin || !m_pImage || !FitsInto(m_request.box, TNG_EXTRA_LARGE_BOX)) return false;
     if (IsStopped() || !s_pDBMgr->IsCacheEnabled()) return false;
-    // A flat box yields less than what the cache keeps.
-    if (m_pImage->GetWidth() < TNG_LARGE_BOX.nWidth && m_pImage->GetHeight() < TNG_LARGE_BOX.nHeight)
-        return false;
     if (m_bDefault == 1) return m_eAssetType != ASSET_TYPE_IMAGE;
-    return m_bDefault == 0 && IsPictureOrVideo(m_eAssetType) && !IsSmallRequest(m_originalSize);
+    return m_bDefault == 0 && !IsTooSmallToKeep() && IsPictureOrVideo(m_eAssetType) && !IsSmallRequest(m_originalSize);
+}
+
+// A flat box yields less than what the cache keeps.
+bool TNGGeneration::IsTooSmallToKeep() const {
+    return m_pImage->GetWidth() < TNG_LARGE_BOX.nWidth && m_pImage->GetHeight() < TNG_LARGE_BOX.nHeight;
 }
 
 TNGGeneration::End TNGGeneration::Feed() {
     const CTNGCacheVisit visit(m_texts.pszEntry, s_szLogSource, m_pbStop);
     if (!visit.IsIn()) return End::CacheLocked;
     if (IsStopped()) return End::Stopped;
-    CTNGThread::FeedCache(*m_producer, m_request, m_eAssetType, *m_pImage, m_eOrigin, m_originalSize);
+    std::unique_ptr<Gdiplus::Image> pDefault;
+    if (m_bDefault == 1 && IsTooSmallToKeep()) pDefault = LoadDefaultThumbnail(m_eAssetType, TNG_LARGE_BOX);
+    CTNGThread::FeedCache(*m_producer, m_request, m_eAssetType, pDefault ? *pDefault : *m_pImage, m_eOrigin,
+                          m_originalSize);
     return End::Made;
 }

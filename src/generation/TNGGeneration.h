@@ -58,6 +58,7 @@ class TNGGeneration {
     bool IsKept() const;
     void Produce();
     bool IsFoodForCache() const;
+    bool IsTooSmallToKeep() const;
     End Feed();
 
     bool PrepareProducer();

@@ -5,7 +5,7 @@
 
 #include "locks/FileSizeLimit.h"
 #include "locks/Outsider.h"
-#include "locks/SmallDisk.h"
+#include "support/SmallDisk.h"
 #include "multiprocess/UsedCache.h"
 #include "platform/Memory.h"
 #include "store/StoreFixture.h"

@@ -6,7 +6,7 @@
 
 #include "common/TNGTypes.h"
 #include "locks/FileSizeLimit.h"
-#include "locks/SmallDisk.h"
+#include "support/SmallDisk.h"
 #include "store/StoreFixture.h"
 #include "store/TNGCacheFiles.h"
 

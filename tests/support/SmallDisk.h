@@ -9,7 +9,7 @@
 
 namespace TestSupport {
 
-/// A folder on a disk of its own of 256 KB, where the test may mount one.
+/// A folder on a disk of its own, where the test may mount one.
 class SmallDisk {
   public:
     explicit SmallDisk(const std::filesystem::path& folder) : m_folder(folder) {
@@ -18,6 +18,9 @@ class SmallDisk {
     ~SmallDisk() {
         if (m_bMounted) umount2(m_folder.c_str(), MNT_DETACH);
     }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
     bool IsMounted() const { return m_bMounted; }
 
     /// Leaves room for so many bytes, and gives the rest back at the end of the scope.
@@ -29,7 +32,17 @@ class SmallDisk {
         return {nullptr, [ballast](void*) { std::filesystem::remove(ballast); }};
     }
 
+    /// Lets nothing be written, until the end of the scope.
+    std::shared_ptr<void> Protect() const {
+        Remount(MS_RDONLY);
+        return {nullptr, [this](void*) { Remount(0); }};
+    }
+
   private:
+    void Remount(unsigned long nFlags) const {
+        mount("none", m_folder.c_str(), "tmpfs", MS_REMOUNT | nFlags, "size=256k");
+    }
+
     std::filesystem::path m_folder;
     bool m_bMounted = false;
 };

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "CacheCheck.h"
+#include "api/Thumbnail.h"
+#include "support/PictureWriter.h"
+#include "support/Quality.h"
+#include "support/TemporaryFolder.h"
+
+namespace TestSupport {
+
+/// A cache folder, enabled as long as the object is there.
+class CacheInUse {
+  public:
+    CacheInUse() {
+        EXPECT_EQ(SetCacheFolder(TextOf(m_folder.Path()).c_str()), QXTNG_SUCCESS);
+        EXPECT_EQ(SetCacheEnabled(1), QXTNG_SUCCESS);
+    }
+    ~CacheInUse() {
+        ShutDown();
+        SetCacheEnabled(0);
+    }
+    CacheInUse(const CacheInUse&) = delete;
+    CacheInUse& operator=(const CacheInUse&) = delete;
+
+    const std::filesystem::path& Path() const { return m_folder.Path(); }
+    std::filesystem::path operator/(const std::string& name) const { return m_folder / name; }
+    CacheCheck::CacheReport Check() const { return CacheCheck::CheckCache(m_folder.Path()); }
+
+    /// The findings that are more than dead weight, or with `bAll` all of them.
+    std::string Findings(bool bAll) const {
+        std::string text;
+        for (const CacheCheck::Finding& finding : Check().findings) {
+            if (bAll || finding.severity == CacheCheck::Severity::Error)
+                text += std::string(NameOf(finding.kind)) + ' ' + finding.file + ": " + finding.text + '\n';
+        }
+        return text;
+    }
+
+  private:
+    TemporaryFolder m_folder;
+};
+
+/// A gradient between four colours, which say the number whatever size it is shown at.
+inline Raster NumberedPicture(std::uint32_t nWidth, std::uint32_t nHeight, int number) {
+    std::array<double, 12> corners{};
+    auto random = static_cast<std::uint32_t>(number) * 2654435761u + 1;
+    for (double& corner : corners)
+        corner = (random = random * 1664525u + 1013904223u) >> 24;
+    Raster picture(nWidth, nHeight, 3);
+    std::size_t i = 0;
+    for (std::uint32_t y = 0; y < nHeight; ++y) {
+        for (std::uint32_t x = 0; x < nWidth; ++x) {
+            const double a = (x + 0.5) / nWidth, b = (y + 0.5) / nHeight;
+            for (std::size_t c = 0; c < 3; ++c) {
+                const double top = corners[c] * (1 - a) + corners[c + 3] * a;
+                const double bottom = corners[c + 6] * (1 - a) + corners[c + 9] * a;
+                picture.pixels[i++] = static_cast<std::uint8_t>(top * (1 - b) + bottom * b);
+            }
+        }
+    }
+    return picture;
+}
+
+/// dB: two pictures of one content differ by less, two of different ones by far more.
+inline constexpr double kSameContent = 28;
+
+inline Thumbnail MakeDecoded(const std::u16string& path, std::uint32_t box = 160) {
+    return Make(TNG_OUTPUT_IMAGE, path, {box, box}, TNG_SOURCE_DECODE_ONLY);
+}
+
+/// Numbered pictures in a folder, with what a decode without the cache shows of them.
+class Gallery {
+  public:
+    Gallery(int nPictures, int nFirst, TNGSize size = {240, 180}) : m_nFirst(nFirst) {
+        for (int i = 0; i < nPictures; ++i) {
+            m_files.push_back(MakeJpeg(NumberedPicture(size.nWidth, size.nHeight, nFirst + i)));
+            m_paths.push_back(m_folder.Add(Name(i), m_files.back()));
+            for (const std::uint32_t box : {160u, 32u})
+                m_shown.push_back(MakeDecoded(m_paths.back(), box).pixels);
+        }
+    }
+
+    static std::string Name(int i) { return std::to_string(i) + ".jpg"; }
+    const std::filesystem::path& Folder() const { return m_folder.Path(); }
+    int Count() const { return static_cast<int>(m_paths.size()); }
+    const std::u16string& Path(int i) const { return m_paths[static_cast<std::size_t>(i)]; }
+
+    /// Has one picture's file hold another one.
+    void Put(int i, int shown) { m_folder.Add(Name(i), m_files[static_cast<std::size_t>(shown)]); }
+
+    /// Whether the thumbnail is that of a picture.
+    bool Shows(const Thumbnail& thumbnail, int i, std::uint32_t box = 160) const {
+        const Raster& expected = m_shown[2 * static_cast<std::size_t>(i) + (box == 32)];
+        return thumbnail.result == QXTNG_SUCCESS && thumbnail.bDefault == 0 &&
+               LumaPsnr(thumbnail.pixels, expected) > kSameContent;
+    }
+
+    /// Makes the thumbnails of all pictures, which have to be right. How many came from the cache.
+    int MakeAll(std::uint32_t box = 160) const {
+        int nCached = 0;
+        for (int i = 0; i < Count(); ++i) {
+            const Thumbnail thumbnail = MakeDecoded(Path(i), box);
+            EXPECT_TRUE(Shows(thumbnail, i, box)) << "picture " << m_nFirst + i << " in " << box;
+            nCached += thumbnail.eOrigin == ORIGIN_CACHED;
+        }
+        return nCached;
+    }
+
+  private:
+    int m_nFirst;
+    TemporaryFolder m_folder;
+    std::vector<Bytes> m_files;
+    std::vector<std::u16string> m_paths;
+    std::vector<Raster> m_shown;  // of each picture in 160 and in 32
+};
+
+}  // namespace TestSupport
