@@ -67,9 +67,9 @@ QXTNG_API std::uint32_t QXGenerateThumbnailARBGInForeGround(const char16_t* pszF
 /// Files a request and returns; the thumbnail arrives through `pfnCallback`, on a thread of low priority.
 /// What is handed over is released as told above. While the cache is closed off the request waits. A callback
 /// that throws ends its thread. `eOutputForm` is a TNGOutputForm. `*pnThreadId` is 0 for a new thread, whose
-/// id it receives, or the id of a thread that is idle. The context and its record stay valid until the
-/// callback has been made or the thread has been stopped. QXTNG_ERROR_INVALID_ARGUMENT, _THREAD_BUSY,
-/// _THREAD_NOT_FOUND, _THREAD_RESOURCES, _FAILED.
+/// id it receives before the callback can be made, or the id of a thread that is idle. The context and its
+/// record stay valid until the callback has been made or the thread has been stopped.
+/// QXTNG_ERROR_INVALID_ARGUMENT, _THREAD_BUSY, _THREAD_NOT_FOUND, _THREAD_RESOURCES, _FAILED.
 QXTNG_API std::uint32_t QXGenerateThumbnailInBackGround(const char16_t* pszFilePath, TNGSize size,
                                                         int eSourceMode, int eOutputForm,
                                                         TNGThumbnailCallback pfnCallback,

@@ -6,6 +6,7 @@
 #include "TNGMgr.h"
 #include "common/TNGFileInfo.h"
 #include "common/TNGLog.h"
+#include "imaging/TNGImageLibrary.h"
 
 namespace {
 
@@ -35,13 +36,15 @@ std::uint32_t CTNGMgr::CreateThreadObject(const TNGBackgroundRequest& filed, uns
     TNGBackgroundRequest request = filed;
     if (!CTNGFileInfo::FindFileData(request.request.path.c_str(), &request.request.entry, false))
         return QXTNG_ERROR_INVALID_ARGUMENT;
+    // On this thread: a worker that waits for the dynamic linker could not be waited for when this library is
+    // unloaded, which the linker does under its lock.
+    LoadImageLibrary();
     auto pThread = std::make_unique<CTNGThread>();
     // Until the registry has it: the callback may be there before this function returns, and use the id.
     const TNGGuardLock lock(m_registryGuard);
-    unsigned nThreadId = 0;
-    if (const std::uint32_t result = pThread->StartThread(request, &nThreadId); result != QXTNG_SUCCESS)
+    if (const std::uint32_t result = pThread->StartThread(request, pnThreadId); result != QXTNG_SUCCESS)
         return result;
-    *pnThreadId = nThreadId;
+    const unsigned nThreadId = pThread->Id();  // the caller's variable may be the callback's by now
     RemoveItem(nThreadId);  // of a thread that ended unnoticed, and whose number has been given anew
     AddItemByKey(pThread.get(), nThreadId);
     pThread.release();

@@ -63,7 +63,7 @@ bool CTNGAddition::FlushIfDue(bool* pbFlushed) {
 }
 
 void CTNGAddition::End() {
-    if (m_eDBState == TNG_DB_NOT_LOADED)
+    if (m_eDBState == TNG_DB_NOT_LOADED && m_sharedData.HasFolderMaps())
         m_eDBState = m_sharedData.HasUnloadedFolders() ? TNG_DB_PARTIAL : TNG_DB_LOADED;
     m_shared.Release();
 }

@@ -131,6 +131,7 @@ TNGGeneration::End TNGGeneration::RunDirectly(bool bCacheOn) {
 }
 
 TNGGeneration::End TNGGeneration::MakeAndFeed() {
+    if (IsStopped()) return End::Stopped;
     if (!PrepareProducer()) return Fail(End::NoLibrary, m_texts.pszNoProducer);
     Produce();
     return IsFoodForCache() ? Feed() : End::Made;

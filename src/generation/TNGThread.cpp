@@ -72,20 +72,24 @@ bool CTNGThread::IsThreadActive() const {
 }
 
 std::uint32_t CTNGThread::StartThread(const TNGBackgroundRequest& request, unsigned* pnThreadId) {
-    if (!m_pWorker->File(request))
-        return m_pWorker->IsBusy() ? QXTNG_ERROR_THREAD_BUSY : QXTNG_ERROR_THREAD_NOT_FOUND;
     if (!m_hThread) {
-        auto pShared = std::make_unique<std::shared_ptr<TNGWorker>>(m_pWorker);
-        m_hThread = Platform::_beginthreadex(&threadProc, pShared.get(), &m_nThreadId);
-        if (!m_hThread) {
-            const bool bResources = errno == EAGAIN;
-            CloseThreadHandles();
-            return bResources ? QXTNG_ERROR_THREAD_RESOURCES : QXTNG_ERROR_FAILED;
-        }
-        pShared.release();
-        Platform::SetThreadPriority(m_hThread, Platform::THREAD_PRIORITY_BELOW_NORMAL);
+        if (const std::uint32_t result = LaunchThread(); result != QXTNG_SUCCESS) return result;
     }
-    if (pnThreadId) *pnThreadId = m_nThreadId;
+    if (pnThreadId) *pnThreadId = m_nThreadId;  // the callback may look for it there
+    if (m_pWorker->File(request)) return QXTNG_SUCCESS;
+    return m_pWorker->IsBusy() ? QXTNG_ERROR_THREAD_BUSY : QXTNG_ERROR_THREAD_NOT_FOUND;
+}
+
+std::uint32_t CTNGThread::LaunchThread() {
+    auto pShared = std::make_unique<std::shared_ptr<TNGWorker>>(m_pWorker);
+    m_hThread = Platform::_beginthreadex(&threadProc, pShared.get(), &m_nThreadId);
+    if (!m_hThread) {
+        const bool bResources = errno == EAGAIN;
+        CloseThreadHandles();
+        return bResources ? QXTNG_ERROR_THREAD_RESOURCES : QXTNG_ERROR_FAILED;
+    }
+    pShared.release();
+    Platform::SetThreadPriority(m_hThread, Platform::THREAD_PRIORITY_BELOW_NORMAL);
     return QXTNG_SUCCESS;
 }
 

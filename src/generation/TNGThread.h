@@ -23,8 +23,8 @@ class CTNGThread {
     CTNGThread(const CTNGThread&) = delete;
     CTNGThread& operator=(const CTNGThread&) = delete;
 
-    /// Releases a request to the worker, and starts its thread if there is none. `pnThreadId` may be null. A
-    /// result code.
+    /// Releases a request to the worker, and starts its thread if there is none. `pnThreadId` may be null,
+    /// else it receives the thread's id before the worker has the request. A result code.
     std::uint32_t StartThread(const TNGBackgroundRequest& request, unsigned* pnThreadId);
 
     /// Asks the worker to end, without waiting for it.
@@ -34,6 +34,9 @@ class CTNGThread {
     /// for a request in work, whose result is dropped, and up to a second for a callback that has begun. A
     /// result code.
     std::uint32_t StopThread();
+
+    /// The system's id of the thread; 0 without one.
+    unsigned Id() const { return m_nThreadId; }
 
     bool IsBusy() const;
 
@@ -76,6 +79,7 @@ class CTNGThread {
                           const TNGSize& originalSize);
 
   private:
+    std::uint32_t LaunchThread();
     void CloseThreadHandles();
 
     unsigned m_nThreadId = 0;               // of the system; 0 without a thread

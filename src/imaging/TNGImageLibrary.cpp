@@ -65,9 +65,10 @@ void Unbind(Platform::HMODULE hModule) {
 }  // namespace
 
 bool LoadImageLibrary() {
+    if (IsImageLibraryBound()) return true;
     const std::scoped_lock lock(s_bindingGuard);
-    Platform::HMODULE hModule = s_hImageLibrary.load(std::memory_order_relaxed);
-    if (!hModule) hModule = Platform::LoadLibraryW(kLibraryName);
+    if (IsImageLibraryBound()) return true;
+    const Platform::HMODULE hModule = Platform::LoadLibraryW(kLibraryName);
     if (!hModule) return false;
     if (!ResolveAll(hModule, s_imageLibrary)) {
         Unbind(hModule);

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "CacheCheck.h"
 #include "common/TNGTypes.h"
@@ -59,6 +60,22 @@ class Installation {
         return result;
     }
 
+    // Files a request whose thumbnail is of no interest.
+    std::uint32_t FileInBackground(bool bJpeg, TNGBackgroundContext* pContext, unsigned* pnThreadId) const {
+        using Function = std::uint32_t (*)(const char16_t*, TNGSize, int, int, TNGThumbnailCallback,
+                                           TNGBackgroundContext*, unsigned*);
+        const auto pfn = reinterpret_cast<Function>(dlsym(m_hLibrary, "QXGenerateThumbnailInBackGround"));
+        const std::u16string& path = bJpeg ? m_picture : m_slowPicture;
+        const TNGThumbnailCallback pfnIgnore = [](TNGBackgroundContext*) {};
+        return pfn ? pfn(path.c_str(), {160, 160}, 0, 0, pfnIgnore, pContext, pnThreadId) : ~0u;
+    }
+
+    void Stop(unsigned nThreadId) const {
+        const auto pfn =
+            reinterpret_cast<std::uint32_t (*)(unsigned)>(dlsym(m_hLibrary, "QXStopBackGroundThread"));
+        EXPECT_EQ(pfn ? pfn(nThreadId) : ~0u, QXTNG_SUCCESS);
+    }
+
     // Whether the process has anything of this folder in its memory.
     bool IsMapped() const {
         std::ifstream file("/proc/self/maps");
@@ -69,6 +86,7 @@ class Installation {
   private:
     TemporaryFolder m_folder;
     std::u16string m_picture = m_folder.Add("picture.jpg", MakeJpeg(SmoothPattern(300, 200)));
+    std::u16string m_slowPicture = m_folder.Add("slow.png", MakePng(Raster(2500, 2500, 3)));
     void* m_hLibrary = nullptr;
 };
 
@@ -159,6 +177,30 @@ TEST(LibraryPresence, AProcessThatEndsFreesItsOwnHoldOnly) {
     EXPECT_TRUE(cache.IsFree());
     EXPECT_EQ(installation.Call("ShutDown"), QXTNG_SUCCESS);
     EXPECT_TRUE(cache.IsWhole());
+}
+
+// Workers that are busy, idle, or stopped and not yet gone: none of them runs on without its code.
+TEST(LibraryPresence, WorkersAreGoneWhenTheLibraryIs) {
+    const auto countThreads = [] {
+        return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
+    };
+    Installation installation;
+    installation.AddImageLibrary(QXTNG_LIBRARY_FOLDER "/libQxzIml03.so");
+    std::vector<std::ptrdiff_t> threads;  // left after each round
+    for (int i = 0; i < 8; ++i) {
+        TNGBackgroundContext contexts[4]{};  // without records: there is nothing to release
+        for (TNGBackgroundContext& context : contexts) {
+            unsigned nThreadId = 0;
+            EXPECT_EQ(installation.FileInBackground(&context == contexts + 1, &context, &nThreadId),
+                      QXTNG_SUCCESS);
+            if (&context == contexts) installation.Stop(nThreadId);
+        }
+        installation.Close();
+        EXPECT_FALSE(installation.IsMapped());
+        threads.push_back(countThreads());
+        installation.Open();
+    }
+    EXPECT_EQ(threads, std::vector(threads.size(), threads[0]));
 }
 
 }  // namespace

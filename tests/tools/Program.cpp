@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -53,6 +54,7 @@ pid_t Workspace::Start(const std::vector<std::string>& arguments, int output, in
     const pid_t process = fork();
     if (process != 0) return process;
     if (chdir(m_folder.c_str()) != 0) _exit(126);
+    signal(SIGINT, SIG_DFL);  // ignored in what a shell runs in the background
     for (const auto& [name, value] : environment)
         setenv(name.c_str(), value.c_str(), 1);
     output >= 0 ? dup2(output, STDOUT_FILENO) : close(STDOUT_FILENO);

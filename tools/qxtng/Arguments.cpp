@@ -58,11 +58,15 @@ void AddThumbnailOptions(CLI::App& app, TNGSize& box, TNGSourceMode& mode) {
                              "decode: always the picture itself");
 }
 
-void AddCacheOptions(CLI::App& app, CacheOptions& cache) {
+void AddCacheFolderOption(CLI::App& app, CacheOptions& cache) {
     app.add_option("--cache", cache.folder,
                    "Keep thumbnails in this folder for the next time\n"
                    "(qxtng in $XDG_CACHE_HOME or ~/.cache)")
         ->type_name("FOLDER");
+}
+
+void AddCacheOptions(CLI::App& app, CacheOptions& cache) {
+    AddCacheFolderOption(app, cache);
     app.add_flag("--no-cache", cache.disabled, "Keep none, and use none that were kept");
 }
 
@@ -82,17 +86,36 @@ CLI::App* AddThumb(CLI::App& app, Arguments& arguments) {
     return thumb;
 }
 
+/// The folder whose pictures a command is for.
+void AddFolder(CLI::App& app, std::string& folder, bool& recursive) {
+    app.add_option("FOLDER", folder, "The folder with the pictures")->required()->type_name("");
+    app.add_flag("-r,--recursive", recursive, "Sub-folders too; links to folders are not followed");
+}
+
 CLI::App* AddSheet(CLI::App& app, Arguments& arguments) {
     CLI::App* sheet = app.add_subcommand("sheet", "Write a contact sheet of a folder, one HTML page");
     SheetOptions& options = arguments.sheet;
-    sheet->add_option("FOLDER", options.folder, "The folder with the pictures")->required()->type_name("");
-    sheet->add_flag("-r,--recursive", options.recursive,
-                    "Sub-folders too; links to folders are not followed");
+    AddFolder(*sheet, options.folder, options.recursive);
     AddThumbnailOptions(*sheet, options.box, options.mode);
     sheet->add_option("-o,--output", options.page, "The page (contact-sheet.html)")->type_name("PAGE");
     AddCacheOptions(*sheet, options.cache);
     AddLogOption(*sheet, arguments.log);
     return sheet;
+}
+
+CLI::App* AddWarm(CLI::App& app, Arguments& arguments) {
+    CLI::App* warm = app.add_subcommand("warm", "Fill the cache with the thumbnails of a folder");
+    WarmOptions& options = arguments.warm;
+    AddFolder(*warm, options.folder, options.recursive);
+    warm->add_option("-j,--jobs", options.workers, "Files at a time, 1 to 256 (one a processor)")
+        ->check(CLI::Range(1, 256).description(""))
+        ->type_name("N");
+    AddCacheFolderOption(*warm, options.cache);
+    warm->footer(
+        "What the cache has and is up to date is left alone. Ctrl-C ends it with 130; the next run goes on\n"
+        "where this one ended.");
+    AddLogOption(*warm, arguments.log);
+    return warm;
 }
 
 CLI::App* AddInfo(CLI::App& app, Arguments& arguments) {
@@ -145,7 +168,7 @@ int ReportParseError(CLI::App& app, const CLI::ParseError& error) {
     const bool lacksCommand =
         dynamic_cast<const CLI::RequiredError*>(&error) && app.get_subcommands().empty();
     PrintError(
-        (lacksCommand ? "the command must be check, info, thumb or sheet" : Displayable(error.what())) +
+        (lacksCommand ? "the command must be check, info, thumb, sheet or warm" : Displayable(error.what())) +
         "; see qxtng --help");
     return kExitWrongUse;
 }
@@ -160,12 +183,14 @@ Arguments ParseArguments(int argc, const char* const* argv) {
     AddLogOption(app, arguments.log);
     const CLI::App* thumb = AddThumb(app, arguments);
     const CLI::App* sheet = AddSheet(app, arguments);
+    const CLI::App* warm = AddWarm(app, arguments);
     const CLI::App* info = AddInfo(app, arguments);
     AddCheck(app, arguments);
     try {
         app.parse(CollectArguments(argc, argv));
         arguments.command = thumb->parsed()   ? Command::Thumb
                             : sheet->parsed() ? Command::Sheet
+                            : warm->parsed()  ? Command::Warm
                             : info->parsed()  ? Command::Info
                                               : Command::Check;
     } catch (const CLI::ParseError& error) {

@@ -8,7 +8,7 @@
 
 namespace Client {
 
-enum class Command { None, Thumb, Sheet, Info, Check };
+enum class Command { None, Thumb, Sheet, Warm, Info, Check };
 enum class LogDetail { None, Error, Info, All };
 
 struct CacheOptions {
@@ -33,6 +33,13 @@ struct SheetOptions {
     CacheOptions cache;
 };
 
+struct WarmOptions {
+    std::string folder;
+    bool recursive = false;
+    std::size_t workers = 0;  // 0: as many as there are processors
+    CacheOptions cache;
+};
+
 struct InfoOptions {
     std::vector<std::string> files;
     bool json = false;
@@ -52,6 +59,7 @@ struct Arguments {
     LogDetail log = LogDetail::None;
     ThumbOptions thumb;
     SheetOptions sheet;
+    WarmOptions warm;
     InfoOptions info;
     CheckOptions check;
 };

@@ -12,6 +12,7 @@
 #include "OutputFile.h"
 #include "SheetCommand.h"
 #include "ThumbCommand.h"
+#include "WarmCommand.h"
 
 namespace Client {
 namespace {
@@ -24,25 +25,31 @@ void OccupyStandardDescriptors() {
     }
 }
 
-bool RunChosen(const Arguments& arguments) {
+int ExitCodeOf(bool good) {
+    return good ? kExitGood : kExitFailed;
+}
+
+int RunChosen(const Arguments& arguments) {
     switch (arguments.command) {
         case Command::Thumb:
-            return RunThumb(arguments.thumb);
+            return ExitCodeOf(RunThumb(arguments.thumb));
         case Command::Sheet:
-            return RunSheet(arguments.sheet);
+            return ExitCodeOf(RunSheet(arguments.sheet));
+        case Command::Warm:
+            return RunWarm(arguments.warm);
         case Command::Info:
-            return RunInfo(arguments.info);
+            return ExitCodeOf(RunInfo(arguments.info));
         default:
-            return RunCheck(arguments.check);
+            return ExitCodeOf(RunCheck(arguments.check));
     }
 }
 
 int RunCommand(const Arguments& arguments) {
     if (arguments.command == Command::None) return arguments.exitCode;
     const LogOutput log(arguments.log);
-    const bool good = RunChosen(arguments);
+    const int exitCode = RunChosen(arguments);
     CheckStandardOutput();
-    return good ? kExitGood : kExitFailed;
+    return exitCode;
 }
 
 int Run(int argc, const char* const* argv) {

@@ -18,13 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
-/// Ends with a separator. Links are resolved only where ".." leads back over one.
-fs::path AbsoluteFolder(const std::string& folder) {
-    const fs::path path = AbsolutePath(folder);
-    const bool leadsBack = std::find(path.begin(), path.end(), "..") != path.end();
-    return (leadsBack ? fs::canonical(path) : path) / "";
-}
-
 SheetSource DescribeSource(const SheetOptions& options) {
     const fs::path folder = AbsoluteFolder(options.folder);
     const fs::path page = fs::path(AbsolutePath(options.page)).lexically_normal();

@@ -61,14 +61,14 @@ std::string_view NameOf(TileKind kind) {
     return kNames[static_cast<std::size_t>(kind)];
 }
 
-Tile MakeTile(const SheetSource& source, const std::string& file) {
+Tile MakeTile(const SheetSource& source, const std::string& file, const JobResult& result) {
+    if (!result.thumbnail) return FailedTile(source, file, result.failure);
     try {
-        const std::string path = source.folder + file;
-        const CompressedThumbnail thumbnail = MakeCompressedThumbnail({path, source.box, source.mode});
-        const TileKind kind = KindOf(thumbnail.Origin());
-        return {kind, TileHtml(source, file, kind, Image(thumbnail.Bytes()), DescribeOriginal(path)), ""};
-    } catch (const Failure& error) {
-        return FailedTile(source, file, error.what());
+        const TileKind kind = KindOf(result.thumbnail->Origin());
+        return {kind,
+                TileHtml(source, file, kind, Image(result.thumbnail->Bytes()),
+                         DescribeOriginal(source.folder + file)),
+                ""};
     } catch (const std::bad_alloc&) {
         return FailedTile(source, file, "not enough memory");
     }

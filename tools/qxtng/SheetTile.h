@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "Arguments.h"
+#include "WorkerPool.h"
 
 namespace Client {
 
@@ -29,8 +30,7 @@ struct Tile {
     std::string failure;  // why there is no thumbnail; empty if there is one
 };
 
-/// Makes the thumbnail of `file`, a path relative to the folder, and its tile. A picture that fails gets a
-/// tile as well.
-Tile MakeTile(const SheetSource& source, const std::string& file);
+/// Makes the tile of `file`, a path relative to the folder. A picture that fails gets one as well.
+Tile MakeTile(const SheetSource& source, const std::string& file, const JobResult& result);
 
 }  // namespace Client

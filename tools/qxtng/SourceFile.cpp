@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -24,6 +25,12 @@ std::string AbsolutePath(const std::string& path) {
         if (name != ".") plain /= name;
     }
     return plain;
+}
+
+std::string AbsoluteFolder(const std::string& folder) {
+    const std::filesystem::path path = AbsolutePath(folder);
+    const bool leadsBack = std::ranges::find(path, "..") != path.end();
+    return (leadsBack ? std::filesystem::canonical(path) : path) / "";
 }
 
 void CheckReadable(const std::string& path) {

@@ -21,6 +21,10 @@ std::optional<FileId> FindFile(const std::string& path);
 /// The path from the root, links and ".." as they are; an empty path stays empty.
 std::string AbsolutePath(const std::string& path);
 
+/// The same of a folder that exists. Ends with a separator; links are resolved only where ".." leads back
+/// over one.
+std::string AbsoluteFolder(const std::string& folder);
+
 /// Throws a Failure that says what hinders: nothing there, a folder, no right to read. Only regular files
 /// pass: opening anything else could block.
 void CheckReadable(const std::string& path);

@@ -56,6 +56,21 @@ CompressedThumbnail MakeCompressedThumbnail(const ThumbnailRequest& request) {
     return thumbnail;
 }
 
+std::uint32_t FileRequest(const ThumbnailRequest& request, TNGThumbnailCallback pfnCallback,
+                          TNGBackgroundContext& context, unsigned* threadId) {
+    return QXGenerateThumbnailInBackGround(Platform::PathFromBytes(request.path).c_str(), request.box,
+                                           static_cast<int>(request.mode), TNG_OUTPUT_COMPRESSED, pfnCallback,
+                                           &context, threadId);
+}
+
+CompressedThumbnail TakeThumbnail(const std::string& path, const TNGThumbnailResult& record) {
+    CompressedThumbnail thumbnail(static_cast<unsigned char*>(record.pResult), record.nWidthOrLength,
+                                  static_cast<TNGOrigin>(record.eOrigin));
+    if (!record.pResult) CheckResult(QXTNG_ERROR_PRODUCTION_FAILED);
+    CheckDefaultImage(path, static_cast<int>(record.bDefault));
+    return thumbnail;
+}
+
 ImageThumbnail MakeImageThumbnail(const ThumbnailRequest& request) {
     CheckReadable(request.path);
     const std::u16string path = Platform::PathFromBytes(request.path);

@@ -48,6 +48,13 @@ struct ImageThumbnail {
 CompressedThumbnail MakeCompressedThumbnail(const ThumbnailRequest& request);
 ImageThumbnail MakeImageThumbnail(const ThumbnailRequest& request);
 
+/// Files a background request for a compressed thumbnail; a result of QXGenerateThumbnailInBackGround().
+std::uint32_t FileRequest(const ThumbnailRequest& request, TNGThumbnailCallback pfnCallback,
+                          TNGBackgroundContext& context, unsigned* threadId);
+
+/// Takes over what the callback of such a request found in its record. Throws as the two above do.
+CompressedThumbnail TakeThumbnail(const std::string& path, const TNGThumbnailResult& record);
+
 /// Width and height of the picture itself; none for what is no picture, or cannot be read.
 std::optional<TNGSize> OriginalSize(const std::string& path);
 

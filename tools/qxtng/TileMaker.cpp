@@ -1,61 +1,49 @@
 #include "TileMaker.h"
 
 #include <algorithm>
-#include <system_error>
+#include <utility>
 
 namespace Client {
 
 TileMaker::TileMaker(const SheetSource& source, const std::vector<std::string>& files)
-    : m_source(source), m_files(files), m_tiles(kAhead) {
-    StartThreads();
+    : m_source(source),
+      m_files(files),
+      m_tiles(kAhead),
+      m_pool(*this, std::min(WorkerPool::Processors(), files.size())) {}
+
+std::optional<Job> TileMaker::Claim() {
+    const std::scoped_lock lock(m_guard);
+    if (m_claimed == m_files.size() || !HasRoom()) return std::nullopt;
+    const std::size_t index = m_claimed++;
+    return Job{index, {m_source.folder + m_files[index], m_source.box, m_source.mode}};
 }
 
-TileMaker::~TileMaker() {
-    {
-        const std::scoped_lock lock(m_guard);
-        m_stopping = true;
-    }
-    m_roomMade.notify_all();
+void TileMaker::Finish(std::size_t index, const JobResult& result) {
+    Tile tile = MakeTile(m_source, m_files[index], result);
+    const std::scoped_lock lock(m_guard);
+    m_waitingBytes += tile.html.size();
+    m_tiles[index % kAhead] = std::move(tile);
+    m_tileMade.notify_one();
 }
 
-void TileMaker::StartThreads() {
-    const std::size_t processors = std::max(1u, std::thread::hardware_concurrency());
-    const std::size_t wanted = std::min(processors, m_files.size());
-    m_threads.reserve(wanted);
-    try {
-        while (m_threads.size() < wanted)
-            m_threads.emplace_back(&TileMaker::Work, this);
-    } catch (const std::system_error&) {
-        if (m_threads.empty()) throw;  // fewer threads than wanted will do
-    }
-}
-
-void TileMaker::Work() {
-    while (const std::optional<std::size_t> index = ClaimFile()) {
-        Tile tile = MakeTile(m_source, m_files[*index]);
-        const std::scoped_lock lock(m_guard);
-        m_waitingBytes += tile.html.size();
-        m_tiles[*index % kAhead] = std::move(tile);
-        m_tileMade.notify_one();
-    }
-}
-
-std::optional<std::size_t> TileMaker::ClaimFile() {
+void TileMaker::WaitForNext() {
     std::unique_lock lock(m_guard);
-    m_roomMade.wait(lock, [this] { return m_stopping || m_claimed == m_files.size() || HasRoom(); });
-    if (m_stopping || m_claimed == m_files.size()) return std::nullopt;
-    return m_claimed++;
+    const std::optional<Tile>& slot = m_tiles[m_taken % kAhead];
+    while (!m_tileMade.wait_for(lock, WorkerPool::kPatience, [&slot] { return slot.has_value(); })) {
+        lock.unlock();
+        m_pool.ReplaceDead();
+        lock.lock();
+    }
 }
 
 Tile TileMaker::Take() {
+    WaitForNext();
     std::unique_lock lock(m_guard);
-    std::optional<Tile>& slot = m_tiles[m_taken % kAhead];
-    m_tileMade.wait(lock, [&slot] { return slot.has_value(); });
-    Tile tile = std::move(*slot);
-    slot.reset();
+    Tile tile = *std::exchange(m_tiles[m_taken % kAhead], std::nullopt);
     ++m_taken;
     m_waitingBytes -= tile.html.size();
-    m_roomMade.notify_all();
+    lock.unlock();
+    m_pool.Wake();
     return tile;
 }
 
