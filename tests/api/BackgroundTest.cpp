@@ -355,4 +355,22 @@ TEST(BackgroundDeathTest, AProcessMayEndWithWorkersAtWork) {
     unsetenv("QXTNG_TEST_CACHE");
 }
 
+// Of a moderate length, that is.
+TEST(Background, AStopWaitsForACallback) {
+    Request request;
+    std::atomic<bool> bBegun{false};
+    std::atomic<bool> bOver{false};
+    request.then = [&](Request& r) {
+        TakeResult(r.record);
+        bBegun = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        bOver = true;
+    };
+    ASSERT_EQ(request.File(TextOf(kSamples / "transparent.png")), QXTNG_SUCCESS);
+    ASSERT_TRUE(Eventually([&] { return bBegun.load(); }));
+    EXPECT_EQ(QXStopBackGroundThread(request.nThreadId), QXTNG_SUCCESS);
+    EXPECT_TRUE(bOver);
+    EXPECT_TRUE(request.WaitForCalls(1));
+}
+
 }  // namespace
