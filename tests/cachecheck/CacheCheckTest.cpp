@@ -89,7 +89,7 @@ TEST(CacheCheck, FindsDamage) {
     const std::vector<Damage> cases = {
         {[](const fs::path& c) { fs::remove_all(c); }, "error :0 folder-unreadable\n"},
         {[](const fs::path& c) { fs::remove(c / kIndex); },
-         "error DirectoryMap.dat:0 index-missing\n" + allOrphans},
+         "warning DirectoryMap.dat:0 index-missing\n" + allOrphans},
         {[](const fs::path& c) { ReplaceByPipe(c / kIndex); },
          "error DirectoryMap.dat:0 index-unreadable\n" + allOrphans +
              "warning DirectoryMap.dat:0 unknown-file\n"},

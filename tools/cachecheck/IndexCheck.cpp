@@ -44,7 +44,8 @@ class IndexCheck {
 
 bool IndexCheck::IsUsable() {
     if (m_file.IsMissing()) {
-        if (m_scan.HasLists()) Error(FindingKind::IndexMissing, 0, "there are lists, but there is no index");
+        if (m_scan.HasLists())
+            Warning(FindingKind::IndexMissing, 0, "there are lists, but no index: the cache counts as empty");
         return false;
     }
     if (!m_file.IsOpen()) {
