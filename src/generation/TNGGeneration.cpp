@@ -166,7 +166,8 @@ bool TNGGeneration::IsFoodForCache() const {
     if (!bOrigin || !m_pImage || !FitsInto(m_request.box, TNG_EXTRA_LARGE_BOX)) return false;
     if (IsStopped() || !s_pDBMgr->IsCacheEnabled()) return false;
     if (m_bDefault == 1) return m_eAssetType != ASSET_TYPE_IMAGE;
-    return m_bDefault == 0 && !IsTooSmallToKeep() && IsPictureOrVideo(m_eAssetType) && !IsSmallRequest(m_originalSize);
+    return m_bDefault == 0 && !IsTooSmallToKeep() && IsPictureOrVideo(m_eAssetType) &&
+           !IsSmallRequest(m_originalSize);
 }
 
 // A flat box yields less than what the cache keeps.

@@ -5,10 +5,10 @@
 
 #include "locks/FileSizeLimit.h"
 #include "locks/Outsider.h"
-#include "support/SmallDisk.h"
 #include "multiprocess/UsedCache.h"
 #include "platform/Memory.h"
 #include "store/StoreFixture.h"
+#include "support/SmallDisk.h"
 
 namespace fs = std::filesystem;
 

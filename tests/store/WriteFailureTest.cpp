@@ -6,9 +6,9 @@
 
 #include "common/TNGTypes.h"
 #include "locks/FileSizeLimit.h"
-#include "support/SmallDisk.h"
 #include "store/StoreFixture.h"
 #include "store/TNGCacheFiles.h"
+#include "support/SmallDisk.h"
 
 namespace {
 
