@@ -27,24 +27,17 @@ bool CTNGAddition::Begin() {
         m_eDBState = m_sharedData.HasUnloadedFolders() ? TNG_DB_PARTIAL : TNG_DB_LOADED;
         m_bStateMoved = true;
     }
-    m_record = *pRecord;
+    m_made.Take(*pRecord);
     pRecord->m_pAddition = m_pToken;
     m_nRewrites = pRecord->m_pFolderMap->FileDataList->Rewrites();
-    m_nDataFileKey = pRecord->m_pFolderMap->m_nDataFileKey;
-    m_generation = TNGDataGeneration(*pRecord->m_pFolderMap);
     m_shared.Release();
     return true;
 }
 
 CTNGAddition::Outcome CTNGAddition::Publish() {
     if (!m_shared.GetLocked(true)) return Outcome::NoLock;
-    CTNGFileData* const pLive = m_sharedData.FindItem(m_path);
-    if (!pLive || pLive->m_strDataFileName != m_record.m_strDataFileName ||
-        !m_generation.IsCurrentOf(*pLive->m_pFolderMap))
-        return Outcome::Gone;
-    m_record.m_pFolderMap = pLive->m_pFolderMap;
-    *pLive = m_record;
-    pLive->m_pFolderMap->FileDataList->NoteBlock(*pLive);
+    CTNGFileData* const pLive = m_made.WriteOver(m_sharedData);
+    if (!pLive) return Outcome::Gone;
     s_bCacheDirty = true;
     ++s_nPendingAdds;
     if (pLive->m_pFolderMap->FileDataList->Rewrites() != m_nRewrites)

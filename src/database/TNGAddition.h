@@ -7,7 +7,6 @@
 
 #include "locks/TNGAutoMutexPtr.h"
 #include "shared/TNGSharedDataMgr.h"
-#include "store/TNGDataGeneration.h"
 
 enum TNGDBState : std::uint32_t;
 
@@ -34,10 +33,10 @@ class CTNGAddition {
     bool IsFirstOfFolder() const { return m_bNewFolderMap; }
 
     /// The copy.
-    CTNGFileData& Record() { return m_record; }
+    CTNGFileData& Record() { return m_made.record; }
 
     /// Of the folder's data file.
-    std::uint32_t DataFileKey() const { return m_nDataFileKey; }
+    std::uint32_t DataFileKey() const { return m_made.nDataFileKey; }
 
     enum class Outcome { Published, NoLock, Gone };
 
@@ -59,11 +58,9 @@ class CTNGAddition {
     std::atomic<TNGDBState>& m_eDBState;
     const std::u16string& m_path;
     CTNGAutoMutexPtr m_shared;
-    CTNGFileData m_record;
-    TNGDataGeneration m_generation;
+    TNGFoundRecord m_made;
     std::shared_ptr<const void> m_pToken = std::make_shared<char>();  // says that the record is being made
-    std::uint32_t m_nDataFileKey = 0;
-    std::uint32_t m_nRewrites = 0;  // of the list when the record was made
+    std::uint32_t m_nRewrites = 0;                                    // of the list when the record was made
     bool m_bNewFolderMap = false;
     bool m_bStateMoved = false;
 };

@@ -55,21 +55,20 @@ void TNGWorker::Stop() {
 }
 
 bool TNGWorker::WaitUntilDone(std::uint32_t timeout) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout);
     const TNGGuardLock lock(m_guard);
-    if (m_nThreadId == Platform::GetCurrentThreadId()) return true;
-    while (m_bBusy) {
-        if (!m_change.WaitUntil(m_guard, end)) return !m_bBusy;
-    }
-    return true;
+    return WaitWhile(m_bBusy, timeout);
 }
 
 bool TNGWorker::WaitUntilCallbackIsOver(std::uint32_t timeout) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout);
     const TNGGuardLock lock(m_guard);
+    return WaitWhile(m_bInCallback, timeout);
+}
+
+bool TNGWorker::WaitWhile(const bool& bState, std::uint32_t timeout) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout);
     if (m_nThreadId == Platform::GetCurrentThreadId()) return true;
-    while (m_bInCallback) {
-        if (!m_change.WaitUntil(m_guard, end)) return !m_bInCallback;
+    while (bState) {
+        if (!m_change.WaitUntil(m_guard, end)) return !bState;
     }
     return true;
 }

@@ -41,6 +41,7 @@ class TNGWorker {
     void Run();
 
   private:
+    bool WaitWhile(const bool& bState, std::uint32_t timeout) TNG_REQUIRES(m_guard);
     bool WaitForRequest();
     bool WorkOnRequest(std::optional<CTNGThumbnailProducer>& producer);
     bool Publish(TNGGeneration& generation, TNGGeneration::End end);

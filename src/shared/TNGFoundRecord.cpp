@@ -8,12 +8,17 @@ void TNGFoundRecord::Take(const CTNGFileData& live) {
     nDataFileKey = live.m_pFolderMap->m_nDataFileKey;
 }
 
-bool TNGFoundRecord::WriteBack(const CTNGCollectionBase2<std::u16string, CTNGFileData>& pathIndex) {
+CTNGFileData* TNGFoundRecord::WriteOver(const CTNGCollectionBase2<std::u16string, CTNGFileData>& pathIndex) {
     CTNGFileData* const pLive = pathIndex.FindItem(record.m_strFilePath);
-    if (!pLive || pLive->m_bDeleted != 0 || pLive->m_strDataFileName != record.m_strDataFileName)
-        return false;
-    if (!generation.IsCurrentOf(*pLive->m_pFolderMap)) return false;
+    if (!pLive || pLive->m_strDataFileName != record.m_strDataFileName) return nullptr;
+    if (!generation.IsCurrentOf(*pLive->m_pFolderMap)) return nullptr;
     record.m_pFolderMap = pLive->m_pFolderMap;
     *pLive = record;
-    return true;
+    pLive->m_pFolderMap->FileDataList->NoteBlock(*pLive);
+    return pLive;
+}
+
+bool TNGFoundRecord::WriteBack(const CTNGCollectionBase2<std::u16string, CTNGFileData>& pathIndex) {
+    const CTNGFileData* const pLive = pathIndex.FindItem(record.m_strFilePath);
+    return pLive && pLive->m_bDeleted == 0 && WriteOver(pathIndex) != nullptr;
 }

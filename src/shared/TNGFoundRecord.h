@@ -17,7 +17,10 @@ struct TNGFoundRecord {
     /// The caller holds sharedMutex.
     void Take(const CTNGFileData& live);
 
-    /// Writes the copy over the live record of its path, if that is still there, not deleted, and its block
-    /// in the same data file. The caller holds sharedMutex for writing.
+    /// Writes the copy over the record of its path, if that is still there and its block in the same data
+    /// file; null if not. The caller holds sharedMutex for writing.
+    CTNGFileData* WriteOver(const CTNGCollectionBase2<std::u16string, CTNGFileData>& pathIndex);
+
+    /// The same if that record is not deleted.
     bool WriteBack(const CTNGCollectionBase2<std::u16string, CTNGFileData>& pathIndex);
 };
