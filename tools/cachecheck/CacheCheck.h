@@ -72,6 +72,11 @@ struct Finding {
     std::string text;      // one line, with paths as their bytes
 };
 
+struct Tally {
+    std::uint64_t number = 0;
+    std::uint64_t bytes = 0;  // of thumbnails
+};
+
 struct Statistics {
     std::uint64_t folders = 0;
     std::uint64_t records = 0;
@@ -79,8 +84,14 @@ struct Statistics {
     std::uint64_t deleted = 0;
     std::uint64_t defaultImages = 0;  // live, shown with a default image
     std::uint64_t noThumbnails = 0;   // live videos that yield none
-    std::uint64_t liveBytes = 0;      // of data files: blocks of live records
-    std::uint64_t deadBytes = 0;      // of data files: all the rest
+    Tally pictures;                   // live records by type
+    Tally videos;
+    Tally others;
+    Tally small;  // renditions of live records
+    Tally large;
+    Tally extraLarge;
+    std::uint64_t liveBytes = 0;  // of data files: blocks of live records
+    std::uint64_t deadBytes = 0;  // of data files: all the rest
 };
 
 /// Findings above this number are counted, and not kept.

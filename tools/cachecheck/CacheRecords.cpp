@@ -8,8 +8,6 @@ namespace {
 constexpr std::uint32_t kFolderRecordVersion = 1;
 constexpr std::uint32_t kFileRecordVersion1 = 1;
 constexpr std::uint32_t kFileRecordVersion2 = 2;
-constexpr std::uint32_t kTypePicture = 1;
-constexpr std::uint32_t kTypeVideo = 3;
 constexpr std::int32_t kMaxTextUnits = 1 << 20;
 
 ReadResult ReadText(InputFile& file, std::u16string& text) {

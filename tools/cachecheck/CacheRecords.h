@@ -21,6 +21,10 @@ struct FolderRecord {
     std::int32_t number = 0;
 };
 
+/// Types of source files in records; there are more.
+inline constexpr std::uint32_t kTypePicture = 1;
+inline constexpr std::uint32_t kTypeVideo = 3;
+
 /// What matters of a file record.
 struct FileRecord {
     std::uint64_t offset = 0;  // of the record in its file

@@ -47,6 +47,8 @@ class ListCheck {
     void TakeUp(const FileRecord& record);
     void CheckOwner(const FileRecord& record, RecordState state);
     BlockRange CheckLayout(const FileRecord& record, RecordState state);
+    Tally& TallyOf(const FileRecord& record);
+    void CountThumbnails(const FileRecord& record);
     void FindDuplicates();
     bool IsReplaced(const Entry& earlier, const Entry& later);
 
@@ -134,6 +136,7 @@ void ListCheck::TakeUp(const FileRecord& record) {
                 "deletion mark " + std::to_string(record.deleted) + " of " + Quoted(record.path));
     }
     if (state == RecordState::Deleted) return;
+    ++TallyOf(record).number;
     if (state == RecordState::DefaultImage) ++counts.defaultImages;
     if (state == RecordState::NoThumbnail) ++counts.noThumbnails;
     CheckOwner(record, state);
@@ -155,10 +158,32 @@ void ListCheck::CheckOwner(const FileRecord& record, RecordState state) {
 BlockRange ListCheck::CheckLayout(const FileRecord& record, RecordState state) {
     if (state != RecordState::Block || record.dataFile != m_owner.dataFile) return {};
     const auto block = BlockOf(record);
-    if (block) return *block;
+    if (block) {
+        CountThumbnails(record);
+        return *block;
+    }
     Error(FindingKind::BlockLayout, record.offset,
           "the thumbnails of " + Quoted(record.path) + " do not lie one behind the other");
     return {};
+}
+
+Tally& ListCheck::TallyOf(const FileRecord& record) {
+    Statistics& counts = m_findings.Counts();
+    if (record.type == kTypePicture) return counts.pictures;
+    return record.type == kTypeVideo ? counts.videos : counts.others;
+}
+
+void ListCheck::CountThumbnails(const FileRecord& record) {
+    Tally& ofType = TallyOf(record);
+    const auto count = [&ofType](Tally& rendition, std::int32_t size) {
+        ++rendition.number;
+        rendition.bytes += static_cast<std::uint64_t>(size);
+        ofType.bytes += static_cast<std::uint64_t>(size);
+    };
+    Statistics& counts = m_findings.Counts();
+    count(counts.small, record.smallSize);
+    count(counts.large, record.largeSize);
+    if (record.extraLargeOffset != -1) count(counts.extraLarge, record.extraLargeSize);
 }
 
 void ListCheck::FindDuplicates() {

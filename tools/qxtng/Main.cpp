@@ -4,15 +4,10 @@
 #include <exception>
 #include <stdexcept>
 
-#include "Arguments.h"
-#include "CheckCommand.h"
-#include "InfoCommand.h"
-#include "LogOutput.h"
-#include "Messages.h"
-#include "OutputFile.h"
-#include "SheetCommand.h"
-#include "ThumbCommand.h"
-#include "WarmCommand.h"
+#include "arguments/Arguments.h"
+#include "files/OutputFile.h"
+#include "terminal/LogOutput.h"
+#include "terminal/Messages.h"
 
 namespace Client {
 namespace {
@@ -25,29 +20,10 @@ void OccupyStandardDescriptors() {
     }
 }
 
-int ExitCodeOf(bool good) {
-    return good ? kExitGood : kExitFailed;
-}
-
-int RunChosen(const Arguments& arguments) {
-    switch (arguments.command) {
-        case Command::Thumb:
-            return ExitCodeOf(RunThumb(arguments.thumb));
-        case Command::Sheet:
-            return ExitCodeOf(RunSheet(arguments.sheet));
-        case Command::Warm:
-            return RunWarm(arguments.warm);
-        case Command::Info:
-            return ExitCodeOf(RunInfo(arguments.info));
-        default:
-            return ExitCodeOf(RunCheck(arguments.check));
-    }
-}
-
 int RunCommand(const Arguments& arguments) {
-    if (arguments.command == Command::None) return arguments.exitCode;
+    if (!arguments.run) return arguments.exitCode;
     const LogOutput log(arguments.log);
-    const int exitCode = RunChosen(arguments);
+    const int exitCode = arguments.run();
     CheckStandardOutput();
     return exitCode;
 }

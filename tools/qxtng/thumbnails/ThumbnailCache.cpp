@@ -1,0 +1,139 @@
+#include "ThumbnailCache.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+
+#include "CacheCheck.h"
+#include "api/QxTng.h"
+#include "files/SourceFile.h"
+#include "platform/Text.h"
+#include "terminal/Messages.h"
+
+namespace Client {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kIndexName = "DirectoryMap.dat";
+
+/// The folder that the environment variable names, if it is of use.
+fs::path FolderFrom(const char* variable) {
+    const char* const value = std::getenv(variable);
+    const fs::path folder = value ? value : "";
+    return folder.is_absolute() ? folder : fs::path();
+}
+
+fs::path DefaultFolder() {
+    const fs::path caches = FolderFrom("XDG_CACHE_HOME");
+    if (!caches.empty()) return caches / "qxtng";
+    const fs::path home = FolderFrom("HOME");
+    if (home.empty()) throw Failure("neither XDG_CACHE_HOME nor HOME names a folder");
+    return home / ".cache/qxtng";
+}
+
+void MakeFolder(const std::string& folder) {
+    fs::path made;
+    for (const fs::path& name : fs::path(folder)) {
+        made /= name;
+        if (mkdir(made.c_str(), 0700) != 0 && errno != EEXIST)
+            throw SystemFailure("cache folder " + Displayable(folder) + " cannot be made", errno);
+    }
+    if (!fs::is_directory(folder)) throw WrongUse("cache folder " + Displayable(folder) + " is not a folder");
+}
+
+/// False if the system has no locks for the folder. Waits as long as another program has it, which any
+/// request would have to do as well.
+bool CanBeLocked() {
+    return LockCache() == QXTNG_SUCCESS && ReleaseCacheLock() == QXTNG_SUCCESS;
+}
+
+}  // namespace
+
+CacheHold::CacheHold() {
+    if (LockCache() != QXTNG_SUCCESS) throw Failure("the cache cannot be locked");
+}
+
+CacheHold::~CacheHold() {
+    ReleaseCacheLock();
+}
+
+ThumbnailCache::ThumbnailCache(const CacheOptions& options) {
+    if (options.disabled && options.folder) throw WrongUse("--cache and --no-cache exclude each other");
+    if (options.disabled) return;
+    if (!options.folder) {
+        OpenDefault();
+    } else if (options.folder->empty()) {
+        throw WrongUse("the name after --cache is empty");
+    } else {
+        Open(AbsolutePath(*options.folder));
+    }
+}
+
+void ThumbnailCache::OpenDefault() {
+    try {
+        Open(DefaultFolder());
+    } catch (const std::runtime_error& error) {
+        PrintError(std::string("warning: nothing is cached: ") + error.what());
+    }
+}
+
+ThumbnailCache ThumbnailCache::Existing(const CacheOptions& options) {
+    if (options.folder && options.folder->empty()) throw WrongUse("the name after --cache is empty");
+    const std::string folder = options.folder ? AbsolutePath(*options.folder) : DefaultFolder().native();
+    if (!fs::exists(folder)) throw Failure("cache folder " + Displayable(folder) + " does not exist");
+    if (!fs::is_directory(folder)) throw WrongUse("cache folder " + Displayable(folder) + " is not a folder");
+    return ThumbnailCache(folder);
+}
+
+void ThumbnailCache::Open(const std::string& folder) {
+    MakeFolder(folder);
+    if (access(folder.c_str(), R_OK | W_OK | X_OK) != 0)
+        throw SystemFailure("cache folder " + Displayable(folder) + " cannot be used", errno);
+    Use(folder);
+}
+
+void ThumbnailCache::Use(const std::string& folder) {
+    // Programs meet at the lock only if all of them spell the folder alike.
+    const std::string real = fs::canonical(folder);
+    if (SetCacheFolder(Platform::PathFromBytes(real).c_str()) != QXTNG_SUCCESS || !CanBeLocked() ||
+        SetCacheEnabled(1) != QXTNG_SUCCESS)
+        throw Failure("cache folder " + Displayable(folder) + " cannot be used: it cannot be locked");
+    m_folder = real;
+}
+
+ThumbnailCache::~ThumbnailCache() {
+    if (!m_folder.empty() && ShutDown() != QXTNG_SUCCESS)
+        PrintError("warning: the cache in " + Displayable(m_folder) + " could not be saved");
+}
+
+void ThumbnailCache::MoveTo(const std::string& folder) {
+    MakeFolder(folder);
+    const std::string real = fs::canonical(folder);
+    if (real == m_folder) throw WrongUse("the cache is in " + Displayable(real) + " already");
+    if (fs::exists(fs::path(real) / kIndexName)) throw WrongUse(Displayable(real) + " has a cache already");
+    InitDB();  // a cache that is damaged, or empty, moves as far as it can be read
+    if (SetCacheFolder(Platform::PathFromBytes(real).c_str()) != QXTNG_SUCCESS)
+        throw Failure("the files cannot be moved to " + Displayable(real) +
+                      "; all of them are where they were");
+    m_folder = real;
+}
+
+void ThumbnailCache::Clear() {
+    const bool isDamaged = InitDB() == QXTNG_ERROR_FILE_READ;
+    if (SetCacheEnabled(0) != QXTNG_SUCCESS || SetCacheEnabled(1) != QXTNG_SUCCESS)
+        throw Failure("the cache in " + Displayable(m_folder) + " is in use; try again");
+    const CacheHold hold;
+    const fs::path folder = m_folder;
+    if (isDamaged) fs::remove(folder / kIndexName);
+    for (const CacheCheck::Finding& finding : CacheCheck::CheckCache(folder).findings) {
+        using enum CacheCheck::FindingKind;
+        if (finding.kind == OrphanList || finding.kind == OrphanData || finding.kind == TemporaryFile)
+            fs::remove(folder / finding.file);
+    }
+}
+
+}  // namespace Client

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace Client {
+
+struct CacheOptions {
+    std::optional<std::string> folder;  // none: the default
+    bool disabled = false;
+};
+
+/// Keeps all other programs out of the cache in use while it lives. Throws a Failure if that cannot be had.
+class CacheHold {
+  public:
+    CacheHold();
+    ~CacheHold();
+    CacheHold(const CacheHold&) = delete;
+    CacheHold& operator=(const CacheHold&) = delete;
+};
+
+/// The library's cache on disk, in use while the object lives; at its end what is new is saved. One at a
+/// time, made and ended while no other thread is in the library.
+class ThumbnailCache {
+  public:
+    /// Makes the folder if it is missing, for the user alone. A folder that was asked for and cannot be used
+    /// is a WrongUse or a Failure; the default folder may be missed: there is a warning, and no cache.
+    explicit ThumbnailCache(const CacheOptions& options);
+
+    /// For work on a cache that is there: a Failure if it is not, default or not.
+    static ThumbnailCache Existing(const CacheOptions& options);
+
+    ~ThumbnailCache();
+    ThumbnailCache(const ThumbnailCache&) = delete;
+    ThumbnailCache& operator=(const ThumbnailCache&) = delete;
+
+    /// The folder in use; empty without a cache.
+    const std::string& Folder() const { return m_folder; }
+
+    /// Moves the files to another folder, which is made if it is missing, and must have no cache. A WrongUse
+    /// or a Failure leaves them where they are.
+    void MoveTo(const std::string& folder);
+
+    /// Removes all files of the cache, damaged and left-over ones, too.
+    void Clear();
+
+  private:
+    explicit ThumbnailCache(const std::string& folder) { Use(folder); }
+    void Open(const std::string& folder);
+    void Use(const std::string& folder);
+    void OpenDefault();
+
+    std::string m_folder;
+};
+
+}  // namespace Client
