@@ -1,5 +1,6 @@
 #include "QxTng.h"
 
+#include "TNGCalls.h"
 #include "TNGMgr.h"
 #include "common/TNGLog.h"
 
@@ -10,6 +11,8 @@ constexpr char16_t s_szLogSource[] = u"QxTng";
 // The frame of an export: log lines around one operation of the manager, and no exception beyond it.
 template <typename Operation>
 std::uint32_t Frame(const char16_t* pszExport, Operation operation) {
+    const TNGCall call;
+    if (!call.IsAdmitted()) return QXTNG_ERROR_FAILED;
     try {
         TNG_LOG(TNG_LOG_ENTER, pszExport);
         const std::uint32_t result = operation(CTNGMgr::GetInstance());
@@ -145,8 +148,10 @@ std::uint32_t ReleaseCacheLock() {
     return Frame(u"ReleaseCacheLock", [](CTNGMgr& manager) { return manager.ReleaseCacheLock(); });
 }
 
-// Runs while the library unloads, too, when a sink may be gone: it writes no log lines.
+// Writes no lines of its own.
 std::uint32_t ShutDown() {
+    const TNGCall call;
+    if (!call.IsAdmitted()) return QXTNG_ERROR_FAILED;
     try {
         return CTNGMgr::GetInstance().ShutDown();
     } catch (...) {

@@ -23,8 +23,9 @@
 ///   cache folder text    HeapFree(GetProcessHeap(), 0, pszFolder)
 ///
 /// Threads. Every function may be called from any thread. Only ShutDown() must not overlap with another
-/// call. A callback may call any of them, ShutDown() too, which then stops the callback's own thread as soon
-/// as the callback returns.
+/// call, but those of callbacks. A callback may call any function, ShutDown() too, which then stops the
+/// callback's own thread as soon as the callback returns. While the process ends, or the library is unloaded,
+/// calls answer QXTNG_ERROR_FAILED.
 ///
 /// Processes. Any number of them may work on one cache folder, if each names it by the same text. An
 /// operation keeps the other processes out while it lasts, and waits without limit for one that is in. A
@@ -43,7 +44,8 @@
 //
 // QXTNG_ERROR_INVALID_ARGUMENT    a null pointer, a zero in `size`, a path that names no file
 // QXTNG_ERROR_PRODUCTION_FAILED   the image library is missing, or nothing could be made
-// QXTNG_ERROR_CACHE_LOCKED        the cache was closed off meanwhile
+// QXTNG_ERROR_FAILED              the same for a request that goes through the cache
+// QXTNG_ERROR_CACHE_LOCKED        the cache is enabled and cannot be entered
 
 /// `*ppImage` receives an image object.
 QXTNG_API std::uint32_t QXGenerateThumbnailImageInForeGround(const char16_t* pszFilePath, TNGSize size,
@@ -65,8 +67,9 @@ QXTNG_API std::uint32_t QXGenerateThumbnailARBGInForeGround(const char16_t* pszF
 // --- Thumbnails, in the background ----------------------------------------------------------------------
 
 /// Files a request and returns; the thumbnail arrives through `pfnCallback`, on a thread of low priority.
-/// What is handed over is released as told above. While the cache is closed off the request waits. A callback
-/// that throws ends its thread. `eOutputForm` is a TNGOutputForm. `*pnThreadId` is 0 for a new thread, whose
+/// What is handed over is released as told above. While the cache is enabled and cannot be entered (it may
+/// have no folder) the request waits. A callback that throws ends its thread, and so does want of memory: see
+/// IsBackGroundThreadActive(). `eOutputForm` is a TNGOutputForm. `*pnThreadId` is 0 for a new thread, whose
 /// id it receives before the callback can be made, or the id of a thread that is idle. The context and its
 /// record stay valid until the callback has been made or the thread has been stopped.
 /// QXTNG_ERROR_INVALID_ARGUMENT, _THREAD_BUSY, _THREAD_NOT_FOUND, _THREAD_RESOURCES, _FAILED.
@@ -113,8 +116,9 @@ QXTNG_API std::uint32_t SetThresholdFileSize(unsigned nMegabytes);
 
 // --- Loading and locking the cache ----------------------------------------------------------------------
 //
-// QXTNG_ERROR_CACHE_DISABLED while the cache is off, QXTNG_ERROR_CACHE_LOCKED while it has no folder or no
-// lock can be had, QXTNG_ERROR_LOCK_FAILED if other threads keep the cache's memory for over a second.
+// QXTNG_ERROR_CACHE_DISABLED while the cache is off (but not from LockCache() and ReleaseCacheLock()),
+// QXTNG_ERROR_CACHE_LOCKED while it has no folder or no lock can be had, QXTNG_ERROR_LOCK_FAILED if other
+// threads keep the cache's memory for over a second.
 // Loading: QXTNG_ERROR_NOT_CACHED if there is nothing to load, QXTNG_ERROR_FILE_READ if it is damaged (it is
 // made again).
 
@@ -132,14 +136,16 @@ QXTNG_API std::uint32_t RefreshDBInSysFileCache();
 QXTNG_API std::uint32_t LockCache();
 QXTNG_API std::uint32_t ReleaseCacheLock();
 
-/// Stops all background threads, saves the cache and empties memory. Writes no log lines.
+/// Stops all background threads as QXStopBackGroundThread() does, all at once, saves the cache and empties
+/// memory. A callback that is still running gets QXTNG_ERROR_FAILED for a new thread until then.
 QXTNG_API std::uint32_t ShutDown();
 
 // --- Entries of the cache -------------------------------------------------------------------------------
 //
 // A null path is refused with QXTNG_ERROR_INVALID_ARGUMENT, and so is a path that does not exist, except by
 // the first three. QXTNG_ERROR_NOT_CACHED if there is no entry, _CACHE_DISABLED, _CACHE_LOCKED, _LOCK_FAILED
-// and _FILE_READ as above, QXTNG_ERROR_FILE_WRITE if the change cannot be saved.
+// and _FILE_READ as above, QXTNG_ERROR_FILE_WRITE (UpdateFileInfo(): QXTNG_ERROR_FAILED) if the change cannot
+// be saved.
 
 /// `*pbCached` receives 1 if the cache has an entry for the picture or video in memory: it loads nothing.
 /// QXTNG_ERROR_CACHE_DISABLED with 0 while the cache is off.

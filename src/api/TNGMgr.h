@@ -51,8 +51,11 @@ class CTNGMgr : public CTNGCollectionBase2<unsigned int, CTNGThread> {
     std::uint32_t ReleaseCacheLock();
     std::uint32_t ShutDown();
 
-    /// Stops all background threads.
+    /// Stops all background threads. None can be made meanwhile.
     void StopThreads();
+
+    /// The same, for good.
+    void EndThreads();
 
     std::uint32_t IsFileCached(const char16_t* pszFilePath, int* pbCached);
     std::uint32_t IsCachedThumbnailUpToDate(const char16_t* pszFilePath, int* pbUpToDate);
@@ -73,6 +76,7 @@ class CTNGMgr : public CTNGCollectionBase2<unsigned int, CTNGThread> {
     std::unique_ptr<CTNGThread> TakeThread(unsigned nThreadId);
     std::unique_ptr<CTNGThread> TakeIfEnded(unsigned nThreadId);
 
-    TNGGuard m_registryGuard;  // of the table; never held over a wait
+    TNGGuard m_registryGuard;                          // of the table, and of what follows
+    int m_nStops TNG_GUARDED_BY(m_registryGuard) = 0;  // under way
     std::unique_ptr<CTNGDBMgr> m_pDBMgr;
 };

@@ -1,6 +1,5 @@
 // The manager's side of background requests: the registry of their threads.
 
-#include <utility>
 #include <vector>
 
 #include "TNGMgr.h"
@@ -34,20 +33,26 @@ std::uint32_t CTNGMgr::GenerateThumbnailInBackGround(const char16_t* pszFilePath
 
 std::uint32_t CTNGMgr::CreateThreadObject(const TNGBackgroundRequest& filed, unsigned* pnThreadId) {
     TNGBackgroundRequest request = filed;
+    auto pThread = std::make_unique<CTNGThread>();
     if (!CTNGFileInfo::FindFileData(request.request.path.c_str(), &request.request.entry, false))
         return QXTNG_ERROR_INVALID_ARGUMENT;
-    // On this thread: a worker that waits for the dynamic linker could not be waited for when this library is
-    // unloaded, which the linker does under its lock.
-    LoadImageLibrary();
-    auto pThread = std::make_unique<CTNGThread>();
-    // Until the registry has it: the callback may be there before this function returns, and use the id.
-    const TNGGuardLock lock(m_registryGuard);
-    if (const std::uint32_t result = pThread->StartThread(request, pnThreadId); result != QXTNG_SUCCESS)
-        return result;
-    const unsigned nThreadId = pThread->Id();  // the caller's variable may be the callback's by now
-    RemoveItem(nThreadId);  // of a thread that ended unnoticed, and whose number has been given anew
-    AddItemByKey(pThread.get(), nThreadId);
-    pThread.release();
+    LoadImageLibrary();  // on this thread: see TNGBindingPause
+    std::unique_ptr<CTNGThread> pStale;
+    {
+        // Until the registry has it: the callback may be there before this function returns, and use the id.
+        const TNGGuardLock lock(m_registryGuard);
+        if (m_nStops > 0) return QXTNG_ERROR_FAILED;
+        if (const std::uint32_t result = pThread->Launch(); result != QXTNG_SUCCESS) return result;
+        // Of a thread that ended unnoticed, and whose number has been given anew.
+        pStale.reset(FindItem(pThread->Id()));
+        m_pTable->insert_or_assign(pThread->Id(), pThread.get());
+        if (const std::uint32_t result = pThread->StartThread(request, pnThreadId); result != QXTNG_SUCCESS) {
+            m_pTable->erase(pThread->Id());
+            *pnThreadId = 0;
+            return result;
+        }
+        pThread.release();
+    }
     TNG_LOG(TNG_LOG_INFO, u"Thread Id:");
     return QXTNG_SUCCESS;
 }
@@ -95,11 +100,23 @@ void CTNGMgr::StopThreads() {
     std::vector<std::unique_ptr<CTNGThread>> threads;
     {
         const TNGGuardLock lock(m_registryGuard);
+        threads.reserve(m_pTable->size());
         for (const auto& [nThreadId, pThread] : *m_pTable)
             threads.emplace_back(pThread);
         m_pTable->clear();
+        ++m_nStops;
     }
     for (const auto& pThread : threads)
         pThread->AskToStop();
     threads.clear();  // waits for each
+    const TNGGuardLock lock(m_registryGuard);
+    --m_nStops;
+}
+
+void CTNGMgr::EndThreads() {
+    {
+        const TNGGuardLock lock(m_registryGuard);
+        ++m_nStops;
+    }
+    StopThreads();
 }

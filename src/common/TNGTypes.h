@@ -44,7 +44,7 @@ enum TNGResult : std::uint32_t {
 enum TNGOutputForm : std::uint32_t {
     /// An image object; see platform/graphics/Image.h.
     TNG_OUTPUT_IMAGE = 0,
-    /// A file in memory: PNG for the thumbnail of a PNG file and for default images, else JPEG.
+    /// A file in memory: PNG for the thumbnail of a PNG file, either for a default image, else JPEG.
     TNG_OUTPUT_COMPRESSED = 1,
     /// Pixels of four bytes, in memory B, G, R, A, colour not multiplied by alpha; rows from the top, without
     /// gaps between them.

@@ -80,12 +80,14 @@ std::uint32_t CTNGDBMgr::EnableOrDisable(bool bEnable) {
 
 std::uint32_t CTNGDBMgr::SetCacheFolder(const std::u16string& folder) {
     const std::scoped_lock change(m_change);
-    if (!s_pCacheMutex.Get()) {
-        std::shared_ptr<CTNGCacheMutex> pMutex;
-        GenerateCacheMutex(folder, &pMutex);
+    std::shared_ptr<CTNGCacheMutex> pMutex;
+    GenerateCacheMutex(folder, &pMutex);
+    const std::shared_ptr<CTNGCacheMutex> pOldMutex = s_pCacheMutex.Get();
+    if (!pOldMutex || !pOldMutex->IsUsable()) {
         EnterNewFolder(folder, pMutex);
         return QXTNG_SUCCESS;
     }
+    if (!pMutex->IsUsable()) return QXTNG_ERROR_FAILED;  // before anything is moved
     CTNGCacheEntry entry(u"CTNGDBMgr::SetCacheFolder", s_szLogSource);
     if (!entry.IsIn()) return QXTNG_ERROR_CACHE_LOCKED;
     SynchronizeIfLoaded();
@@ -95,8 +97,6 @@ std::uint32_t CTNGDBMgr::SetCacheFolder(const std::u16string& folder) {
     if (!abandonment.WaitForWorkers(entry)) return QXTNG_ERROR_FAILED;
     if (!LeaveOldFolder(folder)) return QXTNG_ERROR_FAILED;
     const bool bClient = !entry.HasOwnHold();
-    std::shared_ptr<CTNGCacheMutex> pMutex;
-    GenerateCacheMutex(folder, &pMutex);
     entry.Leave();
     if (bClient) entry.Mutex().Unlock(true);
     EnterNewFolder(folder, pMutex);
@@ -107,7 +107,7 @@ std::uint32_t CTNGDBMgr::SetCacheFolder(const std::u16string& folder) {
             u"CTNGDBMgr::SetCacheFolder, Called to take lock on new Cache mutex as it was already taken by "
             u"client on old");
         s_bCacheNeedsSync = true;
-        s_pCacheMutex.Get()->Lock(TNG_LOCK_WRITE, TNG_WAIT_FOREVER);
+        s_bCacheLockedByClient = pMutex->Lock(TNG_LOCK_WRITE, TNG_WAIT_FOREVER) != 0;
     }
     SetCacheModifiedTime();
     return QXTNG_SUCCESS;
@@ -125,13 +125,13 @@ std::uint32_t CTNGDBMgr::LoadIndexForMove() {
 
 bool CTNGDBMgr::LeaveOldFolder(const std::u16string& folder) {
     const bool bExists = Platform::PathFileExistsW(s_strCacheFolder.Get().c_str());
-    if (bExists && m_pSharedData->UpdateCacheFolder(folder) == 0) return false;
+    const bool bSomethingToMove = m_pSharedData->HasIndexFile();
+    const std::uint32_t result = bExists ? m_pSharedData->UpdateCacheFolder(folder) : 1;
+    if (result == 0) return false;
+    // What is in memory would name files of the new folder that are not its own.
+    if (!bSomethingToMove || result != 1) m_pSharedData->Forget();
     TNG_LOG(TNG_LOG_INFO, u"CTNGDBMgr::SetCacheFolder, Cache folder updated");
-    if (bExists) {
-        SetCacheModifiedTime();  // in the old folder still, for those who stay there
-    } else {
-        m_pSharedData->Forget();
-    }
+    if (bExists) SetCacheModifiedTime();  // in the old folder still, for those who stay there
     return true;
 }
 

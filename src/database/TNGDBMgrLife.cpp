@@ -118,11 +118,15 @@ std::uint32_t CTNGDBMgr::Shutdown() {
     const CTNGCacheEntry entry(u"CTNGDBMgr::Shutdown", s_szLogSource);
     if (!entry.IsIn()) return QXTNG_ERROR_CACHE_LOCKED;
     SynchronizeCache();
-    if (m_pSharedData->Shutdown() != QXTNG_SUCCESS) return QXTNG_ERROR_FAILED;
+    // Before the save: what is added after it is dirty again.
+    const TNGDBState eState = m_eDBState;
+    m_eDBState = TNG_DB_NOT_LOADED;
     s_bCacheDirty = false;
     s_nPendingAdds = 0;
-    m_eDBState = TNG_DB_NOT_LOADED;
-    return QXTNG_SUCCESS;
+    if (m_pSharedData->Shutdown() == QXTNG_SUCCESS) return QXTNG_SUCCESS;
+    m_eDBState = eState;
+    s_bCacheDirty = true;
+    return QXTNG_ERROR_FAILED;
 }
 
 void CTNGDBMgr::GenerateCacheMutex(const std::u16string& folder, std::shared_ptr<CTNGCacheMutex>* ppMutex) {

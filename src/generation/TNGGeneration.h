@@ -45,7 +45,8 @@ class TNGGeneration {
     TNGThumbnailData& Result() { return m_result; }
 
     std::uint32_t m_eAssetType = ASSET_TYPE_UNKNOWN;
-    int m_eOrigin = ORIGIN_EMBEDDED;
+    static constexpr int kNoOrigin = -1;  // nothing has been made or found
+    int m_eOrigin = kNoOrigin;
     int m_bDefault = 1;
 
   private:

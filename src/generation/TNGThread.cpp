@@ -3,6 +3,7 @@
 #include "TNGThread.h"
 
 #include <cerrno>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -16,8 +17,8 @@ namespace {
 
 constexpr char16_t s_szLogSource[] = u"TNGThread";
 
-constexpr std::uint32_t kGrace = 25;            // ms for a request in work
-constexpr std::uint32_t kCallbackGrace = 1000;  // ms for a callback that has begun
+constexpr std::chrono::milliseconds kGrace{25};            // for a request in work
+constexpr std::chrono::milliseconds kCallbackGrace{1000};  // for a callback that has begun
 
 // The thread shares the worker.
 unsigned threadProc(void* pArgument) {
@@ -32,6 +33,7 @@ struct Leaver {
     Platform::Thread* hThread;
     std::shared_ptr<TNGWorker> pWorker;
     unsigned nThreadId;
+    CTNGThread::Clock::time_point asked;
 };
 
 TNGGuard s_leaversGuard;
@@ -48,9 +50,13 @@ void ReapLeavers() {
 
 void AddLeaver(Leaver leaver) {
     const TNGGuardLock lock(s_leaversGuard);
-    if (!s_pLeavers) s_pLeavers = new std::vector<Leaver>;
-    ReapLeavers();
-    s_pLeavers->push_back(std::move(leaver));
+    try {
+        if (!s_pLeavers) s_pLeavers = new std::vector<Leaver>;
+        ReapLeavers();
+        s_pLeavers->push_back(leaver);
+    } catch (const std::bad_alloc&) {
+        Platform::CloseHandle(leaver.hThread);  // nobody is going to wait for it
+    }
 }
 
 }  // namespace
@@ -72,15 +78,14 @@ bool CTNGThread::IsThreadActive() const {
 }
 
 std::uint32_t CTNGThread::StartThread(const TNGBackgroundRequest& request, unsigned* pnThreadId) {
-    if (!m_hThread) {
-        if (const std::uint32_t result = LaunchThread(); result != QXTNG_SUCCESS) return result;
-    }
+    if (const std::uint32_t result = Launch(); result != QXTNG_SUCCESS) return result;
     if (pnThreadId) *pnThreadId = m_nThreadId;  // the callback may look for it there
     if (m_pWorker->File(request)) return QXTNG_SUCCESS;
     return m_pWorker->IsBusy() ? QXTNG_ERROR_THREAD_BUSY : QXTNG_ERROR_THREAD_NOT_FOUND;
 }
 
-std::uint32_t CTNGThread::LaunchThread() {
+std::uint32_t CTNGThread::Launch() {
+    if (m_hThread) return QXTNG_SUCCESS;
     auto pShared = std::make_unique<std::shared_ptr<TNGWorker>>(m_pWorker);
     m_hThread = Platform::_beginthreadex(&threadProc, pShared.get(), &m_nThreadId);
     if (!m_hThread) {
@@ -94,6 +99,7 @@ std::uint32_t CTNGThread::LaunchThread() {
 }
 
 void CTNGThread::AskToStop() {
+    if (!m_asked) m_asked = Clock::now();
     m_pWorker->Stop();
 }
 
@@ -104,14 +110,14 @@ std::uint32_t CTNGThread::StopThread() {
         TNG_LOG(TNG_LOG_INFO, u"Thread is stopped already, may be due to exception or intensely");
         result = QXTNG_ERROR_THREAD_NOT_FOUND;
     } else {
-        m_pWorker->Stop();
+        AskToStop();
         if (IsBusy()) {
             TNG_LOG(TNG_LOG_INFO, u"Thread is busy");
             TNG_LOG(TNG_LOG_INFO, u"Allowing Thread to complete, waiting for 25 millisec.");
-            m_pWorker->WaitUntilDone(kGrace);
+            m_pWorker->WaitUntilDone(*m_asked + kGrace);
             TNG_LOG(TNG_LOG_INFO, u"Closing Thread handle");
         }
-        m_pWorker->WaitUntilCallbackIsOver(kCallbackGrace);
+        m_pWorker->WaitUntilCallbackIsOver(*m_asked + kCallbackGrace);
     }
     CloseThreadHandles();
     TNG_LOG(TNG_LOG_LEAVE, u"StopThread");
@@ -119,8 +125,8 @@ std::uint32_t CTNGThread::StopThread() {
 }
 
 void CTNGThread::CloseThreadHandles() {
-    m_pWorker->Stop();
-    if (m_hThread) AddLeaver({std::exchange(m_hThread, nullptr), m_pWorker, m_nThreadId});
+    AskToStop();
+    if (m_hThread) AddLeaver({std::exchange(m_hThread, nullptr), m_pWorker, m_nThreadId, *m_asked});
     m_nThreadId = 0;
 }
 
@@ -133,7 +139,7 @@ void CTNGThread::JoinStoppedThreads() {
     if (!pLeavers) return;
     for (const Leaver& leaver : *pLeavers) {
         const bool bOwn = leaver.nThreadId == Platform::GetCurrentThreadId();
-        if (!bOwn && leaver.pWorker->WaitUntilCallbackIsOver(kCallbackGrace))
+        if (!bOwn && leaver.pWorker->WaitUntilCallbackIsOver(leaver.asked + kCallbackGrace))
             Platform::WaitForSingleObject(leaver.hThread, Platform::INFINITE);
         Platform::CloseHandle(leaver.hThread);
     }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "TNGRequest.h"
@@ -18,16 +20,21 @@ class Thread;
 /// that serves one request after the other until it is stopped. One thread at a time may use an object.
 class CTNGThread {
   public:
+    using Clock = std::chrono::steady_clock;
+
     CTNGThread();
     ~CTNGThread();
     CTNGThread(const CTNGThread&) = delete;
     CTNGThread& operator=(const CTNGThread&) = delete;
 
+    /// Starts the thread, if there is none. A result code.
+    std::uint32_t Launch();
+
     /// Releases a request to the worker, and starts its thread if there is none. `pnThreadId` may be null,
     /// else it receives the thread's id before the worker has the request. A result code.
     std::uint32_t StartThread(const TNGBackgroundRequest& request, unsigned* pnThreadId);
 
-    /// Asks the worker to end, without waiting for it.
+    /// Asks the worker to end, without waiting for it: the times that StopThread() waits begin now.
     void AskToStop();
 
     /// Ends the worker: it starts no callback any more and touches nothing of its caller's. Waits up to 25 ms
@@ -79,10 +86,10 @@ class CTNGThread {
                           const TNGSize& originalSize);
 
   private:
-    std::uint32_t LaunchThread();
     void CloseThreadHandles();
 
-    unsigned m_nThreadId = 0;               // of the system; 0 without a thread
-    Platform::Thread* m_hThread = nullptr;  // owned
+    unsigned m_nThreadId = 0;                  // of the system; 0 without a thread
+    Platform::Thread* m_hThread = nullptr;     // owned
+    std::optional<Clock::time_point> m_asked;  // to stop
     std::shared_ptr<TNGWorker> m_pWorker;
 };

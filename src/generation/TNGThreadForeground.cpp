@@ -42,9 +42,8 @@ std::uint32_t CTNGThread::GenerateThumbnail(const TNGRequest& request, Gdiplus::
     *pbDefault = 1;
     std::optional<CTNGThumbnailProducer> producer;
     TNGGeneration generation(request, kTexts, producer, nullptr);
-    generation.m_eOrigin = *peOrigin;
     const TNGGeneration::End end = generation.Run();
-    *peOrigin = generation.m_eOrigin;
+    if (generation.m_eOrigin != TNGGeneration::kNoOrigin) *peOrigin = generation.m_eOrigin;
     *pResultSize = {0, 0};
     if (end == TNGGeneration::End::Made) {
         TNGThumbnailData& result = generation.Result();

@@ -1,8 +1,7 @@
 #include "TNGWorker.h"
 
-#include <chrono>
-
 #include "common/TNGLog.h"
+#include "imaging/TNGImageLibrary.h"
 #include "platform/Threads.h"
 
 namespace {
@@ -54,18 +53,17 @@ void TNGWorker::Stop() {
     m_change.NotifyAll();
 }
 
-bool TNGWorker::WaitUntilDone(std::uint32_t timeout) {
+bool TNGWorker::WaitUntilDone(std::chrono::steady_clock::time_point end) {
     const TNGGuardLock lock(m_guard);
-    return WaitWhile(m_bBusy, timeout);
+    return WaitWhile(m_bBusy, end);
 }
 
-bool TNGWorker::WaitUntilCallbackIsOver(std::uint32_t timeout) {
+bool TNGWorker::WaitUntilCallbackIsOver(std::chrono::steady_clock::time_point end) {
     const TNGGuardLock lock(m_guard);
-    return WaitWhile(m_bInCallback, timeout);
+    return WaitWhile(m_bInCallback, end);
 }
 
-bool TNGWorker::WaitWhile(const bool& bState, std::uint32_t timeout) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout);
+bool TNGWorker::WaitWhile(const bool& bState, std::chrono::steady_clock::time_point end) {
     if (m_nThreadId == Platform::GetCurrentThreadId()) return true;
     while (bState) {
         if (!m_change.WaitUntil(m_guard, end)) return !bState;
@@ -108,7 +106,7 @@ bool TNGWorker::WaitForRequest() {
 // False when the thread is to end.
 bool TNGWorker::WorkOnRequest(std::optional<CTNGThumbnailProducer>& producer) {
     TNGGeneration generation(m_work.request, kTexts, producer, &m_bStop);
-    const TNGGeneration::End end = generation.Run();
+    const TNGGeneration::End end = Generate(generation);
     if (end == TNGGeneration::End::CacheLocked) {
         Pause();
         return true;  // the same request once more
@@ -116,6 +114,11 @@ bool TNGWorker::WorkOnRequest(std::optional<CTNGThumbnailProducer>& producer) {
     if (end == TNGGeneration::End::Stopped || !Publish(generation, end)) return false;
     CallBack();
     return true;
+}
+
+TNGGeneration::End TNGWorker::Generate(TNGGeneration& generation) {
+    const TNGBindingPause noBinding;
+    return generation.Run();
 }
 
 void TNGWorker::Pause() {
@@ -132,7 +135,8 @@ bool TNGWorker::Publish(TNGGeneration& generation, TNGGeneration::End end) {
     if (m_work.pContext->pRecord) {
         TNGThumbnailResult& record = *m_work.pContext->pRecord;
         record.eAssetType = generation.m_eAssetType;
-        record.eOrigin = static_cast<std::uint32_t>(generation.m_eOrigin);
+        if (generation.m_eOrigin != TNGGeneration::kNoOrigin)
+            record.eOrigin = static_cast<std::uint32_t>(generation.m_eOrigin);
         TNGThumbnailData& result = generation.Result();
         if (end == TNGGeneration::End::Made) {
             record.nWidthOrLength = result.nWidth;

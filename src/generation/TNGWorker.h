@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -32,18 +33,19 @@ class TNGWorker {
     /// Asks the thread to end: from now on it starts no callback. Never waits.
     void Stop();
 
-    /// Waits until the request in work, and a callback that has begun, are over. False if `timeout` ms pass
-    /// first. From inside the callback that is at once.
-    bool WaitUntilDone(std::uint32_t timeout);
-    bool WaitUntilCallbackIsOver(std::uint32_t timeout);
+    /// Wait until the request in work, or a callback that has begun, is over. False if `end` comes first.
+    /// From inside the callback that is at once.
+    bool WaitUntilDone(std::chrono::steady_clock::time_point end);
+    bool WaitUntilCallbackIsOver(std::chrono::steady_clock::time_point end);
 
     /// The life of the thread.
     void Run();
 
   private:
-    bool WaitWhile(const bool& bState, std::uint32_t timeout) TNG_REQUIRES(m_guard);
+    bool WaitWhile(const bool& bState, std::chrono::steady_clock::time_point end) TNG_REQUIRES(m_guard);
     bool WaitForRequest();
     bool WorkOnRequest(std::optional<CTNGThumbnailProducer>& producer);
+    static TNGGeneration::End Generate(TNGGeneration& generation);
     bool Publish(TNGGeneration& generation, TNGGeneration::End end);
     void Pause();
     void CallBack();

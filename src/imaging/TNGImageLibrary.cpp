@@ -19,6 +19,8 @@ constexpr std::int32_t kPngQuality = 100;
 std::mutex s_bindingGuard;                                // held while the binding changes
 std::atomic<Platform::HMODULE> s_hImageLibrary{nullptr};  // set once all ten entries are
 
+thread_local bool s_bBindingPaused = false;
+
 template <typename Function>
 bool Resolve(Platform::HMODULE hModule, const char* pszEntry, TNGLibrarySlot<Function>& slot) {
     void* const pAddress = Platform::GetProcAddress(hModule, pszEntry);
@@ -66,6 +68,7 @@ void Unbind(Platform::HMODULE hModule) {
 
 bool LoadImageLibrary() {
     if (IsImageLibraryBound()) return true;
+    if (s_bBindingPaused) return false;
     const std::scoped_lock lock(s_bindingGuard);
     if (IsImageLibraryBound()) return true;
     const Platform::HMODULE hModule = Platform::LoadLibraryW(kLibraryName);
@@ -76,6 +79,14 @@ bool LoadImageLibrary() {
     }
     s_hImageLibrary.store(hModule, std::memory_order_release);
     return true;
+}
+
+TNGBindingPause::TNGBindingPause() {
+    s_bBindingPaused = true;
+}
+
+TNGBindingPause::~TNGBindingPause() {
+    s_bBindingPaused = false;
 }
 
 bool IsImageLibraryBound() {

@@ -50,6 +50,17 @@ extern TNGImageLibrary s_imageLibrary;
 /// any thread.
 bool LoadImageLibrary();
 
+/// While it lives, LoadImageLibrary() on this thread binds nothing: it answers whether the library is bound.
+/// For background threads: whoever unloads this library holds the lock of the dynamic linker and waits for
+/// them, so that they must not wait for that lock.
+class TNGBindingPause {
+  public:
+    TNGBindingPause();
+    ~TNGBindingPause();
+    TNGBindingPause(const TNGBindingPause&) = delete;
+    TNGBindingPause& operator=(const TNGBindingPause&) = delete;
+};
+
 /// True while the library is bound.
 bool IsImageLibraryBound();
 

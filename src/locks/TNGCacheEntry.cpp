@@ -45,7 +45,7 @@ CTNGCacheEntry::CTNGCacheEntry(const char16_t* pszOperation, const char16_t* psz
 
 bool CTNGCacheEntry::EnterUnderClient() {
     if (!m_pMutex->JoinWriter(kPiece)) return false;
-    if (!s_bAbandonThreads) return true;
+    if (!s_bAbandonThreads && m_pMutex == s_pCacheMutex.Get()) return true;
     m_pMutex->Unlock(false);
     return false;
 }

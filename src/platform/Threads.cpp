@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -117,10 +118,14 @@ unsigned GetCurrentThreadId() {
 }
 
 bool SetThreadPriority(Thread* pThread, int nPriority) {
-    // A thread has a nice value of its own here; one step is five of its values.
+    // A thread has a nice value of its own here; one step is five of its values, seen from the first
+    // thread's.
     constexpr int kNicePerStep = 5;
+    constexpr int kHighestNice = 19;
+    const int normal = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
+    const int nice = std::min(normal - nPriority * kNicePerStep, kHighestNice);
     const auto id = static_cast<id_t>(pThread->State().nId.load());
-    return pThread->State().nOver == 0 && setpriority(PRIO_PROCESS, id, -nPriority * kNicePerStep) == 0;
+    return pThread->State().nOver == 0 && setpriority(PRIO_PROCESS, id, nice) == 0;
 }
 
 bool GetExitCodeThread(Thread* pThread, std::uint32_t* pnExitCode) {

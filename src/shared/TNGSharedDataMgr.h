@@ -56,9 +56,12 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
     /// anything was.
     std::uint32_t SynchronizeCache(bool* pbModified);
 
+    /// There is an index in the present folder.
+    bool HasIndexFile() const;
+
     /// Copies the files of the cache to `newFolder` and deletes them from the present one; the caller then
     /// sets the folder. 1 if that worked or there was nothing to do, 0 if it failed: the present folder is
-    /// whole then, and the new one clean.
+    /// whole then, and the new one clean. QXTNG_ERROR_LOCK_FAILED: nothing was tried.
     std::uint32_t UpdateCacheFolder(const std::u16string& newFolder);
 
     /// Empties the memory.

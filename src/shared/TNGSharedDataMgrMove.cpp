@@ -22,6 +22,10 @@ bool Exists(const std::u16string& path) {
 
 }  // namespace
 
+bool CTNGSharedDataMgr::HasIndexFile() const {
+    return Exists(CachePath(m_strIndexFileName));
+}
+
 std::uint32_t CTNGSharedDataMgr::UpdateCacheFolder(const std::u16string& newFolder) {
     const std::shared_ptr<CTNGMutex> pMutex = GetFolderMapMutex();
     if (!pMutex) return 1;
@@ -30,7 +34,7 @@ std::uint32_t CTNGSharedDataMgr::UpdateCacheFolder(const std::u16string& newFold
         TNG_LOG(TNG_LOG_LEAVE, u"CTNGSharedDataMgr::UpdateCacheFolder, lock on FolderMapCollection failed");
         return QXTNG_ERROR_LOCK_FAILED;
     }
-    if (m_pFolderMaps->IsEmpty() || !Exists(CachePath(m_strIndexFileName))) return 1;
+    if (m_pFolderMaps->IsEmpty() || !HasIndexFile()) return 1;
     // The same folder by another name: its files are where they should be.
     if (Platform::IsSameFile(s_strCacheFolder.Get().c_str(), newFolder.c_str())) return 1;
     return MoveFolderMaps(newFolder);
@@ -56,6 +60,7 @@ std::uint32_t CTNGSharedDataMgr::MoveFolderMaps(const std::u16string& newFolder)
     m_pFolderMaps->ForEach([](const CTNGFolderMap& folderMap) {
         folderMap.DeleteListFile();
         folderMap.DeleteDataFile();
+        ++*folderMap.m_pDataGeneration;  // who is about to append to the old file has to begin anew
     });
     return 1;
 }

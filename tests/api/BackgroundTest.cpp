@@ -306,6 +306,29 @@ TEST(Background, CallbacksMayDoAnything) {
     }
 }
 
+// A client that is told that its thread is gone asks for a new one.
+TEST(Background, AShutDownLeavesNoThread) {
+    const Cache cache;
+    for (int i = 0; i < 5; ++i) {
+        std::vector<Request> requests(4);
+        for (Request& request : requests) {
+            request.then = [](Request& r) {
+                TakeResult(r.record);
+                const std::u16string path = TextOf(kSamples / "baseline.jpg");
+                if (r.File(path) != QXTNG_ERROR_THREAD_NOT_FOUND) return;
+                r.nThreadId = 0;
+                EXPECT_EQ(r.File(path), QXTNG_ERROR_FAILED);
+                EXPECT_EQ(r.nThreadId, 0u);
+            };
+            ASSERT_EQ(request.File(TextOf(kSamples / "baseline.jpg")), QXTNG_SUCCESS);
+        }
+        ASSERT_TRUE(Eventually([&] { return requests.back().calls > 1; }));
+        EXPECT_EQ(ShutDown(), QXTNG_SUCCESS);
+        for (const Request& request : requests)
+            EXPECT_FALSE(IsActive(request.nThreadId));
+    }
+}
+
 // A request that is not small decodes outside of the cache, and feeds it only if it is still there.
 TEST(Background, TheCacheMayBeDisabledDuringADecode) {
     const Cache cache;
@@ -353,6 +376,46 @@ TEST(BackgroundDeathTest, AProcessMayEndWithWorkersAtWork) {
     EXPECT_EQ(report.errors, 0u);
     EXPECT_GE(report.statistics.live, 2u);
     unsetenv("QXTNG_TEST_CACHE");
+}
+
+// Ends the process with something to do after all libraries are gone: buffers are written last.
+[[noreturn]] void EndSlowly() {
+    cookie_io_functions_t functions{};
+    functions.write = [](void*, const char*, std::size_t nBytes) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        return static_cast<ssize_t>(nBytes);
+    };
+    std::fputs("buffered", fopencookie(nullptr, "w", functions));
+    std::exit(0);
+}
+
+// Nothing is taken from under the application's own threads.
+TEST(BackgroundDeathTest, AProcessMayEndWithCallsUnderWay) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a forked child takes nothing down
+    const TemporaryFolder folder;
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_EXIT(
+            {
+                SetCacheFolder(TextOf(folder.Path()).c_str());
+                SetCacheEnabled(1);
+                static std::atomic<int> s_nMade{0};
+                for (const char* pszName : {"baseline.jpg", "progressive.jpg", "strips.tif"}) {
+                    std::thread([path = TextOf(kSamples / pszName)] {
+                        for (TNGSize box = {100, 100};; box = {300, 300}) {
+                            Gdiplus::Image* pImage = nullptr;
+                            int eOrigin = 0, bDefault = 0;
+                            QXGenerateThumbnailImageInForeGround(path.c_str(), box, 0, &pImage, &eOrigin,
+                                                                 &bDefault);
+                            delete pImage;
+                            ++s_nMade;
+                        }
+                    }).detach();
+                }
+                Eventually([] { return s_nMade > 5; });
+                EndSlowly();
+            },
+            testing::ExitedWithCode(0), "");
+    }
 }
 
 // Of a moderate length, that is.

@@ -3,10 +3,12 @@
 #include <map>
 #include <vector>
 
+#include "common/TNGFileInfo.h"
 #include "locks/FileSizeLimit.h"
 #include "locks/Outsider.h"
 #include "multiprocess/UsedCache.h"
 #include "platform/Memory.h"
+#include "platform/Text.h"
 #include "store/StoreFixture.h"
 #include "support/SmallDisk.h"
 
@@ -214,6 +216,36 @@ TEST(CacheLife, AMoveThatFailsLeavesAllAsItWas) {
             break;
     }
     EXPECT_EQ(SetCacheFolder(cache.Text().c_str()), QXTNG_SUCCESS);
+}
+
+// Nothing is moved to where nobody could enter, and that is not for ever.
+TEST(CacheLife, AFolderWithoutALockIsNotTaken) {
+    const UsedCache cache;
+    const Files files = FilesIn(cache.Folder());
+    std::u16string name;
+    CTNGFileInfo::GetHashCode(cache.OtherText() + u"_ThumbnailGenerator", name);
+    const fs::path lockFile =
+        "/dev/shm/qxtng-" + std::to_string(geteuid()) + '-' + Platform::PathToBytes(name);
+    fs::create_directory(lockFile);
+    EXPECT_EQ(SetCacheFolder(cache.OtherText().c_str()), QXTNG_ERROR_FAILED);
+    EXPECT_EQ(CacheFolder(), cache.Text());
+    EXPECT_EQ(FilesIn(cache.Folder()), files);
+    fs::remove(lockFile);
+    EXPECT_EQ(SetCacheFolder(cache.OtherText().c_str()), QXTNG_SUCCESS);
+    EXPECT_EQ(FilesIn(cache.Other()), files);
+}
+
+// Memory names files by their numbers, which in another folder are other files.
+TEST(CacheLife, MemoryGoesNowhereWithoutItsFiles) {
+    const UsedCache cache;
+    EXPECT_EQ(InitDB(), QXTNG_SUCCESS);
+    fs::copy(cache.Folder(), cache.Other());
+    const Files files = FilesIn(cache.Other());
+    fs::remove(cache.Folder() / "DirectoryMap.dat");
+    EXPECT_EQ(SetCacheFolder(cache.OtherText().c_str()), QXTNG_SUCCESS);
+    EXPECT_EQ(CachedPictures(), 0);
+    EXPECT_EQ(ShutDown(), QXTNG_SUCCESS);
+    EXPECT_EQ(FilesIn(cache.Other()), files);
 }
 
 TEST(CacheLife, AFolderByAnotherNameIsNotEmptied) {

@@ -60,15 +60,37 @@ class Installation {
         return result;
     }
 
-    // Files a request whose thumbnail is of no interest.
-    std::uint32_t FileInBackground(bool bJpeg, TNGBackgroundContext* pContext, unsigned* pnThreadId) const {
+    // A request whose thumbnail is of no interest: the callback asks for another one, on a new thread if it
+    // has to.
+    class Chain : public TNGBackgroundContext {
+      public:
+        Chain() : TNGBackgroundContext{} {}  // without a record there is nothing to release
+
+        std::uint32_t Begin(const Installation& installation, bool bJpeg) {
+            m_pfnFile =
+                reinterpret_cast<Function>(dlsym(installation.m_hLibrary, "QXGenerateThumbnailInBackGround"));
+            m_pszPath = (bJpeg ? installation.m_picture : installation.m_slowPicture).c_str();
+            return File();
+        }
+
+        unsigned nThreadId = 0;
+
+      private:
         using Function = std::uint32_t (*)(const char16_t*, TNGSize, int, int, TNGThumbnailCallback,
                                            TNGBackgroundContext*, unsigned*);
-        const auto pfn = reinterpret_cast<Function>(dlsym(m_hLibrary, "QXGenerateThumbnailInBackGround"));
-        const std::u16string& path = bJpeg ? m_picture : m_slowPicture;
-        const TNGThumbnailCallback pfnIgnore = [](TNGBackgroundContext*) {};
-        return pfn ? pfn(path.c_str(), {160, 160}, 0, 0, pfnIgnore, pContext, pnThreadId) : ~0u;
-    }
+        std::uint32_t File() {
+            return m_pfnFile(m_pszPath, {160, 160}, 0, 0, &Chain::GoOn, this, &nThreadId);
+        }
+        static void GoOn(TNGBackgroundContext* pContext) {
+            Chain& chain = static_cast<Chain&>(*pContext);
+            if (chain.File() != QXTNG_ERROR_THREAD_NOT_FOUND) return;
+            chain.nThreadId = 0;
+            chain.File();
+        }
+
+        Function m_pfnFile = nullptr;
+        const char16_t* m_pszPath = nullptr;
+    };
 
     void Stop(unsigned nThreadId) const {
         const auto pfn =
@@ -184,16 +206,14 @@ TEST(LibraryPresence, WorkersAreGoneWhenTheLibraryIs) {
     const auto countThreads = [] {
         return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
     };
-    Installation installation;
-    installation.AddImageLibrary(QXTNG_LIBRARY_FOLDER "/libQxzIml03.so");
+    Installation installation;  // in the first rounds without an image library, which workers look for
     std::vector<std::ptrdiff_t> threads;  // left after each round
-    for (int i = 0; i < 8; ++i) {
-        TNGBackgroundContext contexts[4]{};  // without records: there is nothing to release
-        for (TNGBackgroundContext& context : contexts) {
-            unsigned nThreadId = 0;
-            EXPECT_EQ(installation.FileInBackground(&context == contexts + 1, &context, &nThreadId),
-                      QXTNG_SUCCESS);
-            if (i % 2 == 1 && &context == contexts) installation.Stop(nThreadId);
+    for (int i = 0; i < 16; ++i) {
+        if (i == 8) installation.AddImageLibrary(QXTNG_LIBRARY_FOLDER "/libQxzIml03.so");
+        Installation::Chain chains[4];
+        for (Installation::Chain& chain : chains) {
+            EXPECT_EQ(chain.Begin(installation, &chain != chains), QXTNG_SUCCESS);
+            if (i % 2 == 1 && &chain == chains) installation.Stop(chain.nThreadId);
         }
         installation.Close();
         EXPECT_FALSE(installation.IsMapped());

@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <string>
 
 #include "platform/Guid.h"
 #include "platform/Memory.h"
+#include "platform/Threads.h"
 #include "platform/Time.h"
 
 namespace {
@@ -89,5 +93,22 @@ TEST(MemoryDeathTest, TheWrongReleaseIsNoticed) {
     EXPECT_DEATH(VirtualFree(pPages, 0, MEM_RELEASE), "given to VirtualFree");
 }
 #endif
+
+// A process that is nice itself has workers that are nicer.
+TEST(ThreadsDeathTest, PrioritiesAreSeenFromThatOfTheProcess) {
+    for (const int own : {0, 10, 18}) {
+        const int expected = std::min(getpriority(PRIO_PROCESS, 0) + own + 5, 19);
+        EXPECT_EXIT(
+            {
+                setpriority(PRIO_PROCESS, 0, getpriority(PRIO_PROCESS, 0) + own);
+                unsigned id = 0;
+                Platform::Thread* const hThread = Platform::_beginthreadex(
+                    [](void*) { return static_cast<unsigned>(pause()); }, nullptr, &id);
+                Platform::SetThreadPriority(hThread, Platform::THREAD_PRIORITY_BELOW_NORMAL);
+                _exit(getpriority(PRIO_PROCESS, id));
+            },
+            testing::ExitedWithCode(expected), "");
+    }
+}
 
 }  // namespace
