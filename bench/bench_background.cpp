@@ -18,6 +18,7 @@
 #include "api/QxTng.h"
 #include "platform/Memory.h"
 #include "support/Foreground.h"
+#include "support/Results.h"
 #include "support/TestFiles.h"
 
 namespace {
@@ -121,6 +122,7 @@ void MeasureSecondWorker(const Paths& paths) {
         one = std::min(one, WarmingTime(paths, 1));
         two = std::min(two, WarmingTime(paths, 2));
     }
+    Bench::Record({"warming with two workers, times as fast as one", one / two, "", "", 0, 1.8, true});
     std::printf("%zu pictures into the cache: one worker %.0f ms, two %.0f ms, %.2f times as fast\n",
                 paths.size(), one, two, one / two);
 }
@@ -144,6 +146,7 @@ void MeasureStop(const std::u16string& path) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     std::ranges::sort(times);
+    Bench::Record({"stop during a long decode, worst", times.back(), "ms", "", 0, 40.0});
     std::printf("%zu stops during a long decode: median %.1f ms, worst %.1f ms\n", kStops, times[kStops / 2],
                 times.back());
 }
@@ -163,6 +166,8 @@ void MeasureForeground(const Paths& paths, const std::u16string& cached) {
         }
     }
     std::ranges::sort(times);
+    Bench::Record(
+        {"foreground hit beside 16 workers, 95th percentile", times[kRequests * 95 / 100], "ms", "", 0, 1.0});
     std::printf(
         "foreground request on a cached picture beside 16 workers: median %.3f ms, 95 %% under %.3f ms\n",
         times[kRequests / 2], times[kRequests * 95 / 100]);

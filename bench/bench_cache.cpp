@@ -1,5 +1,4 @@
-// The cache: what a thumbnail from it costs beside the bare reading and decoding of the same bytes, and what
-// loading, adding and keeping in step cost when the cache is large.
+// The cache when it is large: what loading, adding and keeping in step cost.
 
 #include <benchmark/benchmark.h>
 
@@ -12,9 +11,9 @@
 #include <memory>
 #include <string>
 
-#include "platform/Memory.h"
 #include "support/Foreground.h"
 #include "support/PictureWriter.h"
+#include "support/RecordedBenchmarks.h"
 #include "support/SyntheticPhoto.h"
 #include "support/TestFiles.h"
 
@@ -25,21 +24,9 @@ using Bench::Bytes;
 using Bench::Require;
 using Bench::TemporaryFolder;
 using TestSupport::TextOf;
-using Clock = std::chrono::steady_clock;
 
 void RequireSuccess(std::uint32_t result, const char* pszWhat) {
     Require(result == QXTNG_SUCCESS, std::string(pszWhat) + ": " + std::to_string(result));
-}
-
-// The fastest of many runs.
-double Fastest(int nRuns, const std::function<void()>& work) {
-    double fastest = 1e9;
-    for (int i = 0; i < nRuns; ++i) {
-        const auto start = Clock::now();
-        work();
-        fastest = std::min(fastest, std::chrono::duration<double>(Clock::now() - start).count());
-    }
-    return fastest;
 }
 
 // Cache files, put together from docs/cache-format.md.
@@ -122,75 +109,6 @@ class Cache {
   private:
     TemporaryFolder m_folder;
 };
-
-// A cached photograph of 12 megapixels.
-struct CachedPhotograph {
-    Cache cache{0, 0};
-    TemporaryFolder folder;
-    Bench::TestFile file = Bench::MakePhotograph(folder);
-
-    void Request(TNGOutputForm form) const {
-        int eOrigin = -1, bDefault = -1;
-        unsigned char* pBuffer = nullptr;
-        const char16_t* const pszPath = file.text.c_str();
-        if (form == TNG_OUTPUT_IMAGE) {
-            Gdiplus::Image* pImage = nullptr;
-            QXGenerateThumbnailImageInForeGround(pszPath, TNG_LARGE_BOX, TNG_SOURCE_DECODE_ONLY, &pImage,
-                                                 &eOrigin, &bDefault);
-            delete pImage;
-        } else if (form == TNG_OUTPUT_COMPRESSED) {
-            long nLength = 0;
-            QXGenerateThumbnailCompressedBufferInForeGround(pszPath, TNG_LARGE_BOX, TNG_SOURCE_DECODE_ONLY,
-                                                            &pBuffer, &nLength, &eOrigin, &bDefault);
-            VirtualFree(pBuffer, 0, MEM_RELEASE);
-        } else {
-            TNGSize size{};
-            QXGenerateThumbnailARBGInForeGround(pszPath, TNG_LARGE_BOX, TNG_SOURCE_DECODE_ONLY, &pBuffer,
-                                                &size, &eOrigin, &bDefault);
-            HeapFree(GetProcessHeap(), 0, pBuffer);
-        }
-        Require(bDefault == 0, "no thumbnail");
-    }
-    double First() const {
-        return Fastest(5, [this] {
-            DeleteThumbnail(file.text.c_str());
-            Request(TNG_OUTPUT_IMAGE);
-        });
-    }
-};
-
-void CachedRequest(benchmark::State& state) {
-    const auto form = static_cast<TNGOutputForm>(state.range(0));
-    const CachedPhotograph photograph;
-    const double first = photograph.First();
-    for (auto _ : state)
-        photograph.Request(form);
-    const Bytes packed = Bench::ThumbnailFile(photograph.file.text, 160, TNG_SOURCE_DECODE_ONLY);
-    const fs::path data = photograph.cache.File("1.db");
-    const double read = Fastest(300, [&] {
-        std::FILE* const pFile = std::fopen(data.c_str(), "rb");
-        Bytes bytes(packed.size());
-        Require(std::fread(bytes.data(), bytes.size(), 1, pFile) == 1, "the data file is too short");
-        std::fclose(pFile);
-    });
-    const double decode = Fastest(300, [&] { Bench::DecodeJpegBare(packed, 8); });
-    const double cached = Fastest(300, [&] { photograph.Request(form); });
-    state.counters["first_ms"] = first * 1e3;
-    state.counters["times_faster_than_first"] = first / cached;
-    state.counters["bare_read_us"] = read * 1e6;
-    state.counters["bare_decode_us"] = decode * 1e6;
-    state.counters["times_floor"] = cached / (form == TNG_OUTPUT_COMPRESSED ? read : read + decode);
-}
-
-void FirstRequest(benchmark::State& state) {
-    const CachedPhotograph photograph;
-    for (auto _ : state) {
-        state.PauseTiming();
-        DeleteThumbnail(photograph.file.text.c_str());
-        state.ResumeTiming();
-        photograph.Request(TNG_OUTPUT_IMAGE);
-    }
-}
 
 void EnterAndLeave(benchmark::State& state) {
     const Cache cache(1, 100);
@@ -276,11 +194,6 @@ void BeginFolder(benchmark::State& state) {
     AddPictures(state, static_cast<int>(state.range(0)), 100, true);
 }
 
-BENCHMARK(CachedRequest)
-    ->DenseRange(TNG_OUTPUT_IMAGE, TNG_OUTPUT_ARGB)
-    ->ArgName("form")
-    ->Unit(benchmark::kMicrosecond);
-BENCHMARK(FirstRequest)->Iterations(10)->Unit(benchmark::kMillisecond);
 BENCHMARK(EnterAndLeave)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Synchronize)->Arg(10)->Arg(1'000)->Iterations(50)->Unit(benchmark::kMicrosecond);
 BENCHMARK(LoadAll)->Iterations(10)->Unit(benchmark::kMillisecond);
@@ -290,4 +203,6 @@ BENCHMARK(BeginFolder)->Arg(1)->Arg(1'000)->Iterations(50)->Unit(benchmark::kMic
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    return Bench::RunBenchmarks(argc, argv);
+}

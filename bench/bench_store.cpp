@@ -21,6 +21,7 @@
 #include "locks/TNGMutex.h"
 #include "store/TNGFolderMap.h"
 #include "support/Bytes.h"
+#include "support/RecordedBenchmarks.h"
 #include "support/TemporaryFolder.h"
 
 namespace {
@@ -271,4 +272,6 @@ BENCHMARK(WakeUpProcess)->Iterations(500)->UseManualTime()->Unit(benchmark::kMic
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    return Bench::RunBenchmarks(argc, argv);
+}

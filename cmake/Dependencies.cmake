@@ -8,7 +8,7 @@ find_package(CLI11 REQUIRED)
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(WEBP REQUIRED IMPORTED_TARGET libwebp)
-pkg_check_modules(HWY REQUIRED IMPORTED_TARGET libhwy)
+pkg_check_modules(HWY REQUIRED libhwy)
 
 if(QXTNG_BUILD_TESTS)
     find_package(GTest REQUIRED)

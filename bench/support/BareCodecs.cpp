@@ -33,6 +33,7 @@ class JpegDecoder {
     JpegDecoder& operator=(const JpegDecoder&) = delete;
 
     PictureSize Size() const { return {m_state.image_width, m_state.image_height}; }
+    bool IsProgressive() const { return m_state.progressive_mode != 0; }
 
     void Start(unsigned eighths) {
         m_state.scale_num = eighths;
@@ -144,6 +145,10 @@ Raster DecodeWholeWebp(const Bytes& file) {
 
 PictureSize SizeOfJpeg(const Bytes& file) {
     return JpegDecoder(file).Size();
+}
+
+bool IsProgressiveJpeg(const Bytes& file) {
+    return JpegDecoder(file).IsProgressive();
 }
 
 PictureSize SizeOfPng(const Bytes& file) {

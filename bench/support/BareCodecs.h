@@ -31,6 +31,7 @@ void DecodeTiffBare(const std::filesystem::path& path);
 void DecodeBmpBare(const std::filesystem::path& path);
 
 PictureSize SizeOfJpeg(const Bytes& file);
+bool IsProgressiveJpeg(const Bytes& file);
 PictureSize SizeOfPng(const Bytes& file);
 PictureSize SizeOfWebp(const Bytes& file);
 PictureSize SizeOfGif(const Bytes& file);

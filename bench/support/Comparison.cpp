@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <optional>
+
+#include "Results.h"
 
 namespace Bench {
 namespace {
@@ -60,7 +63,7 @@ Comparison::Comparison(int argc, char** argv) {
 
 void Comparison::Add(const std::string& name, std::function<void()> work, std::vector<std::string> others,
                      std::size_t nBytes) {
-    m_rows.push_back({name, std::move(others), nBytes});
+    m_rows.push_back({name, std::move(others), nBytes, {}});
     benchmark::RegisterBenchmark(name.c_str(),
                                  [work = std::move(work)](benchmark::State& state) {
                                      for (auto _ : state)
@@ -68,6 +71,10 @@ void Comparison::Add(const std::string& name, std::function<void()> work, std::v
                                  })
         ->UseRealTime()
         ->Unit(benchmark::kMillisecond);
+}
+
+void Comparison::SetBar(const std::string& name, const std::string& other, double bar) {
+    std::ranges::find(m_rows, name, &Row::name)->bars[other] = bar;
 }
 
 void Comparison::Run() {
@@ -83,10 +90,17 @@ void Comparison::Run() {
         const double fastest = times.Fastest(row.name);
         std::printf("%-*s %10.3f %10.3f", width, row.name.c_str(), fastest, times.Median(row.name));
         const char* pszSeparator = "  ";
+        const auto bar = [&row](const std::string& other) {
+            const auto found = row.bars.find(other);
+            return found == row.bars.end() ? std::nullopt : std::optional(found->second);
+        };
+        Record({row.name, fastest, "ms", "", 0, bar("")});
         for (const std::string& other : row.others) {
             if (!times.Has(other)) continue;
-            std::printf("%s%.3g x %s", pszSeparator, fastest / times.Fastest(other),
-                        WithoutCommonWords(other, row.name).c_str());
+            const std::string floorName = WithoutCommonWords(other, row.name);
+            Record({row.name, fastest, "ms", floorName, times.Fastest(other), bar(other)});
+            std::printf("%s%.3g x %s", pszSeparator, fastest / times.Fastest(other), floorName.c_str());
+            if (bar(other)) std::printf(" (at most %.3g)", *bar(other));
             pszSeparator = ", ";
         }
         if (row.nBytes != 0)

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -22,7 +23,11 @@ class Comparison {
     void Add(const std::string& name, std::function<void()> work, std::vector<std::string> others = {},
              std::size_t nBytes = 0);
 
-    /// Measures, and prints the table.
+    /// What the time of one piece may be at most, as a multiple of another one's, or in ms if `other` is
+    /// empty.
+    void SetBar(const std::string& name, const std::string& other, double bar);
+
+    /// Measures, prints the table, and records every ratio; see Results.h.
     void Run();
 
   private:
@@ -30,6 +35,7 @@ class Comparison {
         std::string name;
         std::vector<std::string> others;
         std::size_t nBytes;
+        std::map<std::string, double> bars;  // by what the time is compared with
     };
 
     std::vector<std::string> m_files;

@@ -19,7 +19,7 @@ PictureSource SourceOf(const TestSupport::Raster& raster) {
             }};
 }
 
-void WriteJpeg(std::FILE* pFile, const PictureSource& source, int nQuality) {
+void WriteJpeg(std::FILE* pFile, const PictureSource& source, int nQuality, JpegProcess process) {
     jpeg_compress_struct state{};
     jpeg_error_mgr errors{};
     state.err = jpeg_std_error(&errors);
@@ -31,6 +31,7 @@ void WriteJpeg(std::FILE* pFile, const PictureSource& source, int nQuality) {
     state.in_color_space = JCS_EXT_BGR;
     jpeg_set_defaults(&state);
     jpeg_set_quality(&state, nQuality, TRUE);
+    if (process == JpegProcess::Progressive) jpeg_simple_progression(&state);
     jpeg_start_compress(&state, TRUE);
     Bytes row(std::size_t{source.nWidth} * 3);
     while (state.next_scanline < state.image_height) {

@@ -21,8 +21,10 @@ struct PictureSource {
 /// Refers to the raster, which must stay.
 PictureSource SourceOf(const TestSupport::Raster& raster);
 
-/// Baseline, chroma halved in both directions. The source has three channels.
-void WriteJpeg(std::FILE* pFile, const PictureSource& source, int nQuality);
+/// Chroma halved in both directions. The source has three channels.
+enum class JpegProcess { Baseline, Progressive };
+void WriteJpeg(std::FILE* pFile, const PictureSource& source, int nQuality,
+               JpegProcess process = JpegProcess::Baseline);
 
 /// With zlib's fastest level: the time of writing is not what is measured.
 void WritePng(std::FILE* pFile, const PictureSource& source);

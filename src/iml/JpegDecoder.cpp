@@ -52,7 +52,8 @@ boolean JpegDecoder::FillInput(j_decompress_ptr pInfo) {
 // to the buffer's start and more be read behind it, so that it never comes to the end of the buffer.
 void JpegDecoder::TopUpInput() {
     jpeg_source_mgr& manager = m_input.manager;
-    if (manager.bytes_in_buffer >= m_piece.size() / 2 || manager.next_input_byte == kEndOfImage) return;
+    const bool bAllRead = m_input.nOffset >= m_input.pSource->Size();
+    if (bAllRead || manager.bytes_in_buffer >= m_piece.size() / 2) return;
     std::memmove(m_piece.data(), manager.next_input_byte, manager.bytes_in_buffer);
     const std::size_t got = m_input.pSource->ReadAt(m_input.nOffset, m_piece.data() + manager.bytes_in_buffer,
                                                     m_piece.size() - manager.bytes_in_buffer);

@@ -1,7 +1,7 @@
+#include "platform/graphics/ResampleKernels.h"
 #include "platform/graphics/Resampler.h"
 
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
 
 #include <algorithm>
 #include <cmath>
@@ -88,7 +88,8 @@ Raster Upside(const Raster& raster) {
 }
 
 // Scales into rows with gaps between them; reports a gap that was written to.
-Raster Resample(const Raster& source, const Case& c, unsigned dstChannels) {
+Raster Resample(const Raster& source, const Case& c, unsigned dstChannels,
+                const Gdiplus::ResampleKernels* pKernels = nullptr) {
     Raster target(c.dstWidth, c.dstHeight, dstChannels);
     const std::size_t stride = target.Stride() + kGap;
     std::vector<std::uint8_t> memory(stride * c.dstHeight, kUntouched);
@@ -96,7 +97,7 @@ Raster Resample(const Raster& source, const Case& c, unsigned dstChannels) {
     std::uint8_t* pFirst = c.bBottomUp ? &memory[stride * (c.dstHeight - 1)] : memory.data();
     Gdiplus::Resampler resampler({c.srcWidth, c.srcHeight, c.dstWidth, c.dstHeight,
                                   FormatOf(source.nChannels), FormatOf(dstChannels), c.extentX, c.extentY},
-                                 pFirst, c.bBottomUp ? -signedStride : signedStride);
+                                 pFirst, c.bBottomUp ? -signedStride : signedStride, pKernels);
     for (std::uint32_t y = 0; y < source.nHeight; ++y) {
         // A row of exactly its size, so that a sanitizer sees a read beyond it.
         const std::vector<std::uint8_t> row(source.Row(y), source.Row(y) + source.Stride());
@@ -110,22 +111,14 @@ Raster Resample(const Raster& source, const Case& c, unsigned dstChannels) {
     return target;
 }
 
-// Makes the resampler use one of the instruction sets that it has code for, as a lesser processor would.
-void UseInstructions(std::int64_t target) {
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-}
-
 void ExpectAgreement(const Case& c, const Raster& source, unsigned dstChannels) {
     const Raster expected =
         TestSupport::ReferenceResample(source, {c.dstWidth, c.dstHeight, dstChannels, c.extentX, c.extentY});
-    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        UseInstructions(target);
-        const Raster result = Resample(source, c, dstChannels);
-        UseInstructions(0);
+    for (const Gdiplus::ResampleKernels& kernels : Gdiplus::SupportedKernels()) {
+        const Raster result = Resample(source, c, dstChannels, &kernels);
         EXPECT_LE(TestSupport::LargestDifference(c.bBottomUp ? Upside(result) : result, expected), 1)
             << c.pszName << ", " << source.nChannels << " to " << dstChannels << " channels, "
-            << hwy::TargetName(target);
+            << kernels.pszName;
     }
 }
 

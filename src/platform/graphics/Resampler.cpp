@@ -10,7 +10,7 @@
 namespace Gdiplus {
 namespace {
 
-using ResampleKernels::kRowsAtOnce;
+constexpr std::size_t kRowsAtOnce = ResampleKernels::kRowsAtOnce;
 
 double ExtentOr(double extent, std::uint32_t size) {
     return extent > 0 ? extent : size;
@@ -35,8 +35,10 @@ std::uint32_t RowsInWork(const FilterTable& vertical) {
 // sum that has all its rows is then filtered along itself. A group of source rows is taken in at once, so
 // that each sum is read and written once a group.
 struct Resampler::State {
-    State(const ResampleShape& shape, std::uint8_t* pDestination, std::ptrdiff_t nDestinationStride)
-        : horizontal(shape.srcWidth, ExtentOr(shape.srcExtentX, shape.srcWidth), shape.dstWidth),
+    State(const ResampleShape& shape, std::uint8_t* pDestination, std::ptrdiff_t nDestinationStride,
+          const ResampleKernels& chosen)
+        : kernels(chosen),
+          horizontal(shape.srcWidth, ExtentOr(shape.srcExtentX, shape.srcWidth), shape.dstWidth),
           vertical(shape.srcHeight, ExtentOr(shape.srcExtentY, shape.srcHeight), shape.dstHeight),
           nSrcChannels(BytesPerPixel(shape.srcFormat)),
           nDstChannels(BytesPerPixel(shape.dstFormat)),
@@ -74,17 +76,18 @@ struct Resampler::State {
             weights[r] = r < inGroup ? vertical.Weight(dst, firstRow + r) : 0.0f;
         }
         const bool bStart = vertical.First(dst) >= firstRow;
-        ResampleKernels::AccumulateRows(rows, weights, nSrcChannels == 4, bStart, SumOf(dst), nSamples);
+        kernels.AccumulateRows(rows, weights, nSrcChannels == 4, bStart, SumOf(dst), nSamples);
     }
 
     void Finish(std::uint32_t dst) {
         std::uint8_t* pRow = pDst + static_cast<std::ptrdiff_t>(dst) * nDstStride;
-        ResampleKernels::FilterRow(SumOf(dst), nSrcChannels, horizontal, pRow, nDstChannels);
+        kernels.FilterRow(SumOf(dst), nSrcChannels, horizontal, pRow, nDstChannels);
         nRowsDone = dst + 1;
     }
 
     float* SumOf(std::uint32_t dst) { return &sums[(dst % nSumsInWork) * nSumSize]; }
 
+    const ResampleKernels& kernels;
     const FilterTable horizontal;
     const FilterTable vertical;
     const unsigned nSrcChannels;
@@ -103,8 +106,10 @@ struct Resampler::State {
     std::uint32_t nRowsDone = 0;   // destination rows written
 };
 
-Resampler::Resampler(const ResampleShape& shape, std::uint8_t* pDst, std::ptrdiff_t nDstStride)
-    : m_pState(std::make_unique<State>(shape, pDst, nDstStride)) {}
+Resampler::Resampler(const ResampleShape& shape, std::uint8_t* pDst, std::ptrdiff_t nDstStride,
+                     const ResampleKernels* pKernels)
+    : m_pState(std::make_unique<State>(shape, pDst, nDstStride,
+                                       pKernels ? *pKernels : SupportedKernels().front())) {}
 
 Resampler::~Resampler() = default;
 

@@ -9,6 +9,8 @@
 
 namespace Gdiplus {
 
+struct ResampleKernels;
+
 /// What a Resampler turns into what. Widths and heights are in pixels.
 struct ResampleShape {
     std::uint32_t srcWidth = 0;
@@ -33,8 +35,9 @@ class QXPLATFORM_API Resampler {
   public:
     /// Writes to `pDst`, the first pixel of the destination's top row, whose rows lie `nDstStride` bytes
     /// apart. (Give the bottom row and a negative stride for a source that arrives bottom row first.)
-    /// Throws std::bad_alloc.
-    Resampler(const ResampleShape& shape, std::uint8_t* pDst, std::ptrdiff_t nDstStride);
+    /// `pKernels`: one of SupportedKernels(); null for the fastest. Throws std::bad_alloc.
+    Resampler(const ResampleShape& shape, std::uint8_t* pDst, std::ptrdiff_t nDstStride,
+              const ResampleKernels* pKernels = nullptr);
     ~Resampler();
     Resampler(const Resampler&) = delete;
     Resampler& operator=(const Resampler&) = delete;
