@@ -53,7 +53,7 @@ int main(int argc, char** argv) {
     std::vector<TestFile> files;
     for (const std::string& name : comparison.Files())
         files.push_back(Bench::ReadTestFile(name));
-    if (files.empty()) files = {Bench::MakePhotograph(folder), Bench::MakeMorePhotographs(folder)[0]};
+    if (files.empty()) files = {Bench::MakePhotograph(folder), Bench::MakeProgressivePhotograph(folder)};
     for (const TestFile& file : files) {
         Bench::Require(file.kind == Bench::FileKind::Jpeg, file.name + " is not a JPEG");
         AddFile(comparison, file);

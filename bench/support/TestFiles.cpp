@@ -78,6 +78,11 @@ TestFile MakePhotograph(const TemporaryFolder& folder) {
     return Add(folder, "baseline.jpg", TestSupport::WithSegment(photo, kExifMarker, exif));
 }
 
+TestFile MakeProgressivePhotograph(const TemporaryFolder& folder) {
+    return Add(folder, "progressive.jpg",
+               PhotoJpeg(MakeSyntheticPhoto(kWidth, kHeight), TestSupport::JpegScans::Progressive));
+}
+
 std::vector<TestFile> MakeMorePhotographs(const TemporaryFolder& folder) {
     const Raster photo = MakeSyntheticPhoto(kWidth, kHeight);
     const Raster cutOut = MakeSyntheticPhoto(kWidth, kHeight, 4);

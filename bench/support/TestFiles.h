@@ -26,6 +26,9 @@ TestFile ReadTestFile(const std::filesystem::path& path);
 /// A synthetic photograph as a baseline JPEG with an embedded thumbnail.
 TestFile MakePhotograph(const TemporaryFolder& folder);
 
+/// A progressive one, without a thumbnail inside.
+TestFile MakeProgressivePhotograph(const TemporaryFolder& folder);
+
 /// The same in other ways to write it: progressive JPEG, PNG without and with alpha, WebP.
 std::vector<TestFile> MakeMorePhotographs(const TemporaryFolder& folder);
 

@@ -62,8 +62,7 @@ bool Decode(ByteSource& source, const PictureInfo&, RowSink& sink) {
     JpegFrame frame;
     if (!ReadJpegFrame(source, frame)) return false;
     const int eighths = ChooseScale(frame, sink);
-    const bool dcOnly = frame.progressive && eighths == 1;
-    if (dcOnly && DecodeProgressiveDc(source, frame, sink)) return true;
+    if (eighths == 1 && DecodeJpegDc(source, frame, sink)) return true;
     return DecodeAll(source, frame, eighths, sink);
 }
 

@@ -4,6 +4,7 @@
 #include "JpegSegments.h"
 #include "RowSink.h"
 
-/// Decodes a progressive JPEG at 1/8 of its size from its DC coefficients alone, many times as fast as a
-/// decode of all of it. False, and nothing has gone to the sink, if the file is not one that this is sure of.
-bool DecodeProgressiveDc(ByteSource& source, const JpegFrame& frame, RowSink& sink);
+/// Decodes a JPEG at 1/8 of its size, of which every pixel is the mean of a block, without more of the
+/// blocks' coefficients than that takes. False, and nothing is in the sink, if the file is not one that this
+/// is sure of: it may be damaged, or of a kind that libjpeg knows better.
+bool DecodeJpegDc(ByteSource& source, const JpegFrame& frame, RowSink& sink);

@@ -2,35 +2,35 @@
 
 #include <algorithm>
 
-bool JpegHuffmanTable::Build(std::span<const std::uint8_t, 16> counts,
-                             std::span<const std::uint8_t> symbols) {
-    *this = {};
-    if (symbols.size() > m_symbols.size()) return false;
-    std::ranges::copy(symbols, m_symbols.begin());
-    std::int32_t code = 0;
-    std::int32_t index = 0;
-    for (int length = 1; length <= 16; ++length, code <<= 1) {
-        const std::int32_t count = counts[static_cast<std::size_t>(length) - 1];
-        if (index + count > static_cast<std::int32_t>(symbols.size()) || code + count > (1 << length))
-            return false;
-        m_symbolOffset[static_cast<std::size_t>(length)] = index - code;
-        for (std::int32_t i = 0; i < count; ++i, ++code, ++index) {
-            if (length > kShortBits) continue;
-            const Entry entry{static_cast<std::uint8_t>(length), m_symbols[static_cast<std::size_t>(index)]};
-            const auto first = m_short.begin() + (code << (kShortBits - length));
-            std::fill_n(first, 1 << (kShortBits - length), entry);
-        }
-        m_codesEnd[static_cast<std::size_t>(length)] = count > 0 ? code : 0;
+bool JpegHuffmanCode::IsGood() const {
+    std::uint32_t code = 0;
+    std::size_t nCodes = 0;
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        code = code * 2 + counts[i];
+        nCodes += counts[i];
+        if (code >= 2u << i) return false;
     }
-    return true;
+    return nCodes == symbols.size() && nCodes <= 256;
 }
 
-int JpegHuffmanTable::DecodeLong(JpegBitReader& bits) const {
-    for (int length = kShortBits + 1; length <= 16; ++length) {
-        const auto code = static_cast<std::int32_t>(bits.Peek(length));
-        if (code >= m_codesEnd[static_cast<std::size_t>(length)]) continue;
-        bits.Skip(length);
-        return m_symbols[static_cast<std::size_t>(code + m_symbolOffset[static_cast<std::size_t>(length)])];
+JpegHuffmanTable::JpegHuffmanTable(const JpegHuffmanCode& code) {
+    std::ranges::copy(code.symbols, m_symbols.begin());
+    code.ForEach(kShortBits, [this](std::uint32_t bits, unsigned length, std::uint8_t symbol) {
+        std::fill_n(m_short.begin() + (bits << (kShortBits - length)), 1 << (kShortBits - length),
+                    Entry{static_cast<std::uint8_t>(length), symbol});
+    });
+    for (std::size_t length = 1; length <= 16; ++length) {
+        m_codesEnd[length] = 2 * m_codesEnd[length - 1] + code.counts[length - 1];
+        m_symbolsEnd[length] = m_symbolsEnd[length - 1] + code.counts[length - 1];
     }
-    return -1;
+}
+
+JpegHuffmanTable::Entry JpegHuffmanTable::FindLong(std::uint32_t bits) const {
+    for (std::size_t length = kShortBits + 1; length <= 16; ++length) {
+        const std::uint32_t code = bits >> (16 - length);
+        if (code >= m_codesEnd[length]) continue;
+        return {static_cast<std::uint8_t>(length),
+                m_symbols[m_symbolsEnd[length] - (m_codesEnd[length] - code)]};
+    }
+    return {};
 }

@@ -2,37 +2,54 @@
 
 #include <array>
 #include <cstdint>
-#include <span>
+#include <vector>
 
 #include "JpegBitReader.h"
 
-/// A Huffman table of a JPEG (ITU-T T.81, annex C), for decoding.
+/// A Huffman code as a DHT segment defines it.
+struct JpegHuffmanCode {
+    std::array<std::uint8_t, 16> counts{};  // codes of each length from 1 to 16
+    std::vector<std::uint8_t> symbols;      // theirs, in order
+
+    /// The counts make up a prefix code, without one of ones alone, and there is a symbol for each.
+    bool IsGood() const;
+
+    /// Calls `use(code, length, symbol)` for each code up to `maxLength`, in order.
+    template <typename Use>
+    void ForEach(unsigned maxLength, Use use) const {
+        std::uint32_t code = 0;
+        std::size_t index = 0;
+        for (unsigned length = 1; length <= maxLength; ++length, code <<= 1) {
+            for (int i = counts[length - 1]; i > 0; --i, ++code, ++index)
+                use(code, length, symbols[index]);
+        }
+    }
+};
+
+/// Decodes one symbol at a time.
 class JpegHuffmanTable {
   public:
-    /// `counts` holds the number of codes of each length from 1 to 16, `symbols` their symbols in order.
-    /// False if these are no prefix code.
-    bool Build(std::span<const std::uint8_t, 16> counts, std::span<const std::uint8_t> symbols);
-
-    /// The next symbol; -1 if no code of the table comes next.
-    int Decode(JpegBitReader& bits) const {
-        const Entry entry = m_short[bits.Peek(kShortBits)];
-        if (entry.length == 0) return DecodeLong(bits);
-        bits.Skip(entry.length);
-        return entry.symbol;
-    }
-
-  private:
-    static constexpr int kShortBits = 9;
+    /// `code` must be good.
+    explicit JpegHuffmanTable(const JpegHuffmanCode& code);
 
     struct Entry {
-        std::uint8_t length = 0;  // bits; 0: the code is longer than kShortBits, or there is none
+        std::uint8_t length = 0;  // bits of the code; 0: none of the table
         std::uint8_t symbol = 0;
     };
 
-    int DecodeLong(JpegBitReader& bits) const;
+    /// The code that the next 16 bits begin with.
+    Entry Find(std::uint32_t bits) const {
+        const Entry entry = m_short[bits >> (16 - kShortBits)];
+        return entry.length != 0 ? entry : FindLong(bits);
+    }
 
-    std::array<Entry, 1 << kShortBits> m_short{};   // by the next kShortBits bits
-    std::array<std::int32_t, 17> m_codesEnd{};      // by length: one past its last code; 0 if it has none
-    std::array<std::int32_t, 17> m_symbolOffset{};  // by length: index of a code's symbol, less the code
+  private:
+    static constexpr unsigned kShortBits = 9;
+
+    Entry FindLong(std::uint32_t bits) const;
+
+    std::array<Entry, 1 << kShortBits> m_short{};  // by the next kShortBits bits; longer codes are not there
+    std::array<std::uint32_t, 17> m_codesEnd{};    // by length: one past its last code
+    std::array<std::uint32_t, 17> m_symbolsEnd{};  // by length: one past the symbol of that
     std::array<std::uint8_t, 256> m_symbols{};
 };

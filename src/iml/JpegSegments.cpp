@@ -86,7 +86,7 @@ bool ReadJpegFrame(ByteSource& source, JpegFrame& frame) {
     std::uint8_t header[6 + 3 * kMaxComponents];
     const std::size_t size = std::min<std::size_t>(segment.size, sizeof header);
     if (size < 6 || !source.ReadAllAt(segment.offset, header, size)) return false;
-    frame.progressive = segment.marker == kJpegSof2;
+    frame.marker = segment.marker;
     frame.height = BigEndian16(header + 1);
     frame.width = BigEndian16(header + 3);
     frame.components = header[5];

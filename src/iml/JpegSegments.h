@@ -7,6 +7,7 @@
 /// Markers of a JPEG that are told apart here (ITU-T T.81, table B.1).
 enum JpegMarker : std::uint8_t {
     kJpegSof0 = 0xC0,  // baseline
+    kJpegSof1 = 0xC1,  // extended sequential
     kJpegSof2 = 0xC2,  // progressive
     kJpegDht = 0xC4,
     kJpegSof15 = 0xCF,
@@ -15,7 +16,13 @@ enum JpegMarker : std::uint8_t {
     kJpegSoi = 0xD8,
     kJpegEoi = 0xD9,
     kJpegSos = 0xDA,
+    kJpegDqt = 0xDB,
+    kJpegDri = 0xDD,
+    kJpegApp0 = 0xE0,
     kJpegApp1 = 0xE1,
+    kJpegApp14 = 0xEE,
+    kJpegApp15 = 0xEF,
+    kJpegCom = 0xFE,
 };
 
 /// One marker segment.
@@ -54,7 +61,7 @@ class JpegSegments {
 
 /// What a frame header says.
 struct JpegFrame {
-    bool progressive = false;
+    std::uint8_t marker = 0;  // of the coding process
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint32_t components = 0;

@@ -16,7 +16,15 @@ RowSink::RowSink(std::uint32_t width, std::uint32_t height, PixelFormat format)
 RowSink::~RowSink() = default;
 
 void RowSink::Begin(const RowShape& shape) {
+    Discard();
     m_shape = shape;
+}
+
+void RowSink::Discard() {
+    m_pResampler.reset();  // writes into the bitmap
+    m_pBitmap.reset();
+    m_nRowsTaken = 0;
+    m_shape = {};
 }
 
 void RowSink::Prepare() {

@@ -38,8 +38,11 @@ class RowSink {
     std::uint32_t TargetWidth() const { return m_nWidth; }
     std::uint32_t TargetHeight() const { return m_nHeight; }
 
-    /// Announces the rows. Once, before the first.
+    /// Announces the rows, before the first. What had come before is forgotten.
     void Begin(const RowShape& shape);
+
+    /// Forgets all rows: they were wrong. Another decoder may begin.
+    void Discard();
 
     /// Takes the next row, in the announced format. Rows beyond the announced number are dropped.
     /// Throws std::bad_alloc.

@@ -49,6 +49,18 @@ const jpeg_scan_info kSeparateDc[] = {
     {1, {0}, 0, 0, 2, 1}, {1, {1}, 1, 63, 0, 0}, {1, {2}, 1, 63, 0, 0}, {1, {0}, 0, 0, 1, 0},
 };
 
+const jpeg_scan_info kSeparateBaseline[] = {
+    {1, {0}, 0, 63, 0, 0},
+    {1, {1}, 0, 63, 0, 0},
+    {1, {2}, 0, 63, 0, 0},
+};
+
+template <std::size_t nScans>
+void SetScans(jpeg_compress_struct& info, const jpeg_scan_info (&scans)[nScans]) {
+    info.scan_info = scans;
+    info.num_scans = static_cast<int>(nScans);
+}
+
 void SetUp(jpeg_compress_struct& info, const JpegKind& kind) {
     static constexpr J_COLOR_SPACE kStored[] = {JCS_YCbCr, JCS_RGB,  JCS_GRAYSCALE,
                                                 JCS_CMYK,  JCS_CMYK, JCS_YCCK};
@@ -57,16 +69,19 @@ void SetUp(jpeg_compress_struct& info, const JpegKind& kind) {
     jpeg_set_defaults(&info);
     jpeg_set_colorspace(&info, kStored[static_cast<int>(kind.colours)]);
     if (kind.colours == JpegColours::Cmyk) info.write_Adobe_marker = FALSE;
-    jpeg_set_quality(&info, kind.quality, TRUE);
-    for (int i = 0; i < info.num_components; ++i)
-        info.comp_info[i].h_samp_factor = info.comp_info[i].v_samp_factor = 1;
+    jpeg_set_quality(&info, kind.quality, kind.extended ? FALSE : TRUE);
+    info.optimize_coding = kind.optimised ? TRUE : FALSE;
+    for (int i = 0; i < info.num_components; ++i) {
+        info.comp_info[i].h_samp_factor = kind.restHorizontal;
+        info.comp_info[i].v_samp_factor = kind.restVertical;
+    }
     info.comp_info[0].h_samp_factor = kind.horizontal;
     info.comp_info[0].v_samp_factor = kind.vertical;
     info.restart_interval = kind.restartInterval;
     if (kind.scans == JpegScans::Progressive) jpeg_simple_progression(&info);
-    if (kind.scans == JpegScans::LateDc) info.scan_info = kLateDc, info.num_scans = std::size(kLateDc);
-    if (kind.scans == JpegScans::SeparateDc)
-        info.scan_info = kSeparateDc, info.num_scans = std::size(kSeparateDc);
+    if (kind.scans == JpegScans::LateDc) SetScans(info, kLateDc);
+    if (kind.scans == JpegScans::SeparateDc) SetScans(info, kSeparateDc);
+    if (kind.scans == JpegScans::SeparateBaseline) SetScans(info, kSeparateBaseline);
 }
 
 void AppendPngBytes(png_structp pPng, png_bytep pBytes, std::size_t nBytes) {
@@ -108,6 +123,7 @@ Bytes MakeJpeg(const Raster& picture, const JpegKind& kind) {
     jpeg_compress_struct info{};
     jpeg_error_mgr error;
     info.err = jpeg_std_error(&error);
+    error.emit_message = [](j_common_ptr, int) {};  // that quantisers are coarse is wanted
     jpeg_create_compress(&info);
     unsigned char* pOut = nullptr;
     unsigned long nSize = 0;

@@ -13,9 +13,10 @@ enum class JpegColours { YCbCr, Rgb, Grey, Cmyk, AdobeCmyk, AdobeYcck };
 
 enum class JpegScans {
     Baseline,
-    Progressive,  // as encoders make them
-    LateDc,       // the last bits of DC come after all AC
-    SeparateDc,   // DC in one scan a component, two bits of it in scans of their own
+    SeparateBaseline,  // one scan a component
+    Progressive,       // as encoders make them
+    LateDc,            // the last bits of DC come after all AC
+    SeparateDc,        // DC in one scan a component, two bits of it in scans of their own
 };
 
 struct JpegKind {
@@ -25,6 +26,10 @@ struct JpegKind {
     JpegScans scans = JpegScans::Baseline;
     unsigned restartInterval = 0;  // MCUs
     int quality = 95;
+    bool optimised = false;  // Huffman codes made for the picture
+    bool extended = false;   // quantisers may be larger than baseline has them
+    int restHorizontal = 1;  // sampling of the other components
+    int restVertical = 1;
 };
 Bytes MakeJpeg(const Raster& picture, const JpegKind& kind = {});
 

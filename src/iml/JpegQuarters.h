@@ -1,0 +1,56 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "JpegTables.h"
+
+/// A sample is a signed number around 0 here; a dequantised coefficient that 8-bit samples can give, and some
+/// more, is less than this from 0. Beyond it decoders differ.
+inline constexpr int kJpegCoefficientLimit = 2048;
+
+/// Whether a dequantised coefficient is within the limit.
+inline bool IsJpegCoefficient(int value) {
+    return value >= -kJpegCoefficientLimit && value < kJpegCoefficientLimit;
+}
+
+/// The sample that a signed one stands for.
+inline std::uint8_t JpegSample(int value) {
+    return static_cast<std::uint8_t>(value < -128 ? 0 : value > 127 ? 255 : value + 128);
+}
+
+/// The means of the four quarters of blocks, from their coefficients: what a decode at a quarter of the size
+/// is. Only coefficients of odd waves, or none, across and down count, and of their sums no more than three
+/// matter; but they are rounded between columns and rows as libjpeg does it, so that not even a rounding
+/// tells the two apart.
+class JpegQuarters {
+  public:
+    explicit JpegQuarters(const JpegTables::Quantiser& quantiser);
+
+    /// Sums of a block by column: what is the same in its upper and lower half, then what differs.
+    struct Sums {
+        std::array<std::int32_t, 17> columns{};  // the last one takes what does not count
+        std::uint32_t used = 0;                  // which ones are not 0, DC apart, and maybe others
+        bool good = true;                        // all coefficients are within the limit
+    };
+
+    void Add(Sums& sums, unsigned index, int value) const {
+        const Weight& weight = m_weights[index];
+        const int coefficient = value * weight.step;
+        const bool good = IsJpegCoefficient(coefficient);
+        sums.good &= good;
+        sums.used |= weight.column % 16;
+        sums.columns[weight.column] += (good ? coefficient : 0) * weight.factor;
+    }
+
+    /// The samples of a block, two and two. False if one is out of all bounds.
+    static bool Finish(const Sums& sums, std::uint8_t* pUpper, std::uint8_t* pLower);
+
+  private:
+    struct Weight {
+        std::int32_t step = 1;
+        std::int32_t factor = 0;
+        std::uint32_t column = 16;
+    };
+    std::array<Weight, 64> m_weights;  // by place in zigzag order
+};
