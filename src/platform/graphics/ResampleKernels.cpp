@@ -117,23 +117,32 @@ Pixel FinishAlpha(Pixel sum) {
     return hn::IfThenElse(hn::Gt(hn::Load(kPixel, kAlphaLane), hn::Zero(kPixel)), alpha, colour);
 }
 
-void StoreRounded(Pixel pixel, std::uint8_t* pDst, unsigned nBytes) {
+// Writes four bytes, whatever the size of a pixel is.
+void StoreRounded(Pixel pixel, std::uint8_t* pDst) {
     const hn::Rebind<std::uint8_t, decltype(kPixel)> bytes;
     const Pixel clamped = hn::Min(hn::Max(pixel, hn::Zero(kPixel)), hn::Set(kPixel, 255.0f));
-    std::uint8_t out[4];
-    hn::StoreU(hn::DemoteTo(bytes, hn::NearestInt(clamped)), bytes, out);
-    std::memcpy(pDst, out, nBytes);
+    hn::StoreU(hn::DemoteTo(bytes, hn::NearestInt(clamped)), bytes, pDst);
 }
 
 template <unsigned kSrcChannels, unsigned kDstChannels>
+Pixel FilterPixel(const float* pSums, const FilterTable& table, std::uint32_t x) {
+    const Pixel sum =
+        WeightedSum<kSrcChannels>(pSums + table.First(x) * kSrcChannels, table.Weights(x), table.Count(x));
+    return kSrcChannels == 4 ? FinishAlpha<kDstChannels>(sum) : sum;
+}
+
+// A pixel of three bytes is written with a fourth one, which the next pixel overwrites.
+template <unsigned kSrcChannels, unsigned kDstChannels>
 void FilterRowOf(const float* pSums, const FilterTable& table, std::uint8_t* pDst) {
-    for (std::uint32_t x = 0; x < table.Size(); ++x, pDst += kDstChannels) {
-        Pixel pixel = WeightedSum<kSrcChannels>(pSums + table.First(x) * kSrcChannels, table.Weights(x),
-                                                table.Count(x));
-        if (kSrcChannels == 4) pixel = FinishAlpha<kDstChannels>(pixel);
-        StoreRounded(pixel, pDst, kDstChannels);
+    const std::uint32_t last = table.Size() - 1;
+    for (std::uint32_t x = 0; x < last; ++x, pDst += kDstChannels) {
+        StoreRounded(FilterPixel<kSrcChannels, kDstChannels>(pSums, table, x), pDst);
         if (kSrcChannels == 3 && kDstChannels == 4) pDst[3] = 255;
     }
+    std::uint8_t pixel[4];
+    StoreRounded(FilterPixel<kSrcChannels, kDstChannels>(pSums, table, last), pixel);
+    if (kSrcChannels == 3) pixel[3] = 255;
+    std::memcpy(pDst, pixel, kDstChannels);
 }
 
 void FilterRow(const float* pSums, unsigned nSrcChannels, const FilterTable& table, std::uint8_t* pDst,
