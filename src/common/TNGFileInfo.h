@@ -27,7 +27,7 @@ class CTNGFileInfo {
     static int GetNewDBFilePathNumber(const std::u16string& folder);
 
     /// True if `path` names a file, or anything at all with `bAllowDirectory`. `pFindData` may be null; else
-    /// it receives the entry of whatever is there, and is zeroed if nothing is.
+    /// it receives the entry of whatever is there, and is zeroed if nothing is; without a path it stays.
     static bool FindFileData(const char16_t* path, Platform::WIN32_FIND_DATAW* pFindData,
                              bool bAllowDirectory);
 

@@ -41,7 +41,7 @@ CTNGAddition::Outcome CTNGAddition::Publish() {
     s_bCacheDirty = true;
     ++s_nPendingAdds;
     if (pLive->m_pFolderMap->FileDataList->Rewrites() != m_nRewrites)
-        m_sharedData.NoteChangedRecord(*pLive->m_pFolderMap);
+        pLive->m_pFolderMap->NoteChangedRecord();
     return Outcome::Published;
 }
 
@@ -61,9 +61,13 @@ void CTNGAddition::End() {
     m_shared.Release();
 }
 
-void CTNGAddition::TakeBack() {
-    m_shared.Release();
-    m_pToken.reset();
-    m_sharedData.RemoveFileData(m_path);
-    if (m_bStateMoved && !m_sharedData.HasFolderMaps()) m_eDBState = TNG_DB_NOT_LOADED;
+void CTNGAddition::TakeBack() noexcept {
+    try {
+        m_shared.Release();
+        m_pToken.reset();
+        m_sharedData.RemoveFileData(m_path);
+        if (m_bStateMoved && !m_sharedData.HasFolderMaps()) m_eDBState = TNG_DB_NOT_LOADED;
+    } catch (...) {
+        return;
+    }
 }

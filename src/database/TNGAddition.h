@@ -50,8 +50,8 @@ class CTNGAddition {
     /// Gives the lock back and notes that the cache is loaded.
     void End();
 
-    /// Takes the record back.
-    void TakeBack();
+    /// Takes the record back. What cannot be taken back stays marked as deleted.
+    void TakeBack() noexcept;
 
   private:
     CTNGSharedDataMgr& m_sharedData;

@@ -100,7 +100,8 @@ class CTNGDBMgr {
 
     /// Reads the thumbnail that serves a request, in whole pages, or a default image. 0, or 1 if the cache
     /// cannot serve. An entry that does not fit its file is deleted on the way, a damaged block is counted.
-    /// `*peFileType` receives the type of a record that was found, `*peOrigin` the origin of what was read.
+    /// `*peFileType` receives the type of a record unless that lacks what was asked for, `*peOrigin` the
+    /// origin of what was read.
     int GetThumbnailFromCache(const std::u16string& path, TNGBuffer& pBuffer, std::int32_t* pSize,
                               const TNGSize& requested, std::uint32_t* peFileType,
                               const Platform::WIN32_FIND_DATAW& fileInfo, int* peOrigin);
@@ -158,7 +159,7 @@ class CTNGDBMgr {
     bool FindLiveRecord(const std::u16string& path, TNGFoundRecord* pFound);
     bool DropEntry(const std::u16string& path);
     int ReadThumbnail(const std::u16string& path, const TNGFoundRecord& found, const TNGSize& requested,
-                      TNGBuffer& pBuffer, std::int32_t* pSize, int* peOrigin);
+                      TNGBuffer& pBuffer, std::int32_t* pSize, std::uint32_t* peFileType, int* peOrigin);
     void NoteDamage(const std::u16string& path, TNGDataFileStatus eStatus);
     std::uint32_t EnableOrDisable(bool bEnable);
     std::uint32_t LoadIndex();

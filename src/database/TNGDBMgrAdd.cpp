@@ -1,5 +1,7 @@
 // Putting thumbnails into the cache.
 
+#include <optional>
+
 #include "TNGAddition.h"
 #include "TNGCompressed.h"
 #include "TNGDBMgr.h"
@@ -59,17 +61,18 @@ int CTNGDBMgr::AddThumbnailToCache(CTNGThumbnailProducer& producer, const std::u
                                    const TNGSize* pOriginalSize) {
     TNG_LOG(TNG_LOG_ENTER, u"CTNGDBMgr::AddThumbailToCache");
     TNG_LOG(TNG_LOG_INFO, path.c_str());
-    CTNGAddition addition(*m_pSharedData, m_eDBState, path);
-    if (!addition.HasLock()) {
-        TNG_LOG(TNG_LOG_INFO, u"CTNGDBMgr::AddThumbailToCache: Shared Mutex Lock failed");
-        return kFailed;
-    }
+    std::optional<CTNGAddition> addition;
     try {
+        addition.emplace(*m_pSharedData, m_eDBState, path);
+        if (!addition->HasLock()) {
+            TNG_LOG(TNG_LOG_INFO, u"CTNGDBMgr::AddThumbailToCache: Shared Mutex Lock failed");
+            return kFailed;
+        }
         NewThumbnail thumbnail{producer,  path,     extraLarge, large,        small,
                                eFileType, fileInfo, bEmbedded,  pOriginalSize};
-        return Add(addition, thumbnail);
+        return Add(*addition, thumbnail);
     } catch (...) {
-        addition.TakeBack();
+        if (addition) addition->TakeBack();
         TNG_LOG(TNG_LOG_EXCEPTION, u"CTNGDBMgr::AddThumbailToCache");
         return kFailed;
     }

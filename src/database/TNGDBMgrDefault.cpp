@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "TNGAddition.h"
 #include "TNGDBMgr.h"
@@ -66,16 +67,17 @@ int CTNGDBMgr::GetDefaultThumbnail(std::uint32_t eFileType, const std::u16string
 
 bool CTNGDBMgr::RecordDefaultThumbnail(std::uint32_t eFileType, const std::u16string& path,
                                        const Platform::WIN32_FIND_DATAW& fileInfo, std::int32_t nSize) {
-    CTNGAddition addition(*m_pSharedData, m_eDBState, path);
+    std::optional<CTNGAddition> addition;
     try {
-        if (!addition.HasLock() || !addition.Begin()) return false;
-        FillDefaultRecord(addition.Record(), path, eFileType, fileInfo, nSize);
+        addition.emplace(*m_pSharedData, m_eDBState, path);
+        if (!addition->HasLock() || !addition->Begin()) return false;
+        FillDefaultRecord(addition->Record(), path, eFileType, fileInfo, nSize);
         bool bFlushed = false;
-        if (addition.Publish() == CTNGAddition::Outcome::Published) addition.FlushIfDue(&bFlushed);
-        addition.End();
+        if (addition->Publish() == CTNGAddition::Outcome::Published) addition->FlushIfDue(&bFlushed);
+        addition->End();
         return true;
     } catch (...) {
-        addition.TakeBack();
+        if (addition) addition->TakeBack();
         return false;
     }
 }

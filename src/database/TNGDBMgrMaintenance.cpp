@@ -92,6 +92,8 @@ std::uint32_t CTNGDBMgr::UpdateFileInfo(const std::u16string& path) {
     // These two alone: the rest of the record may have become another one meanwhile.
     pLive->m_ftLastWrite = fileInfo.ftLastWriteTime;
     pLive->m_nFileSize = fileInfo.nFileSizeLow;
+    pLive->m_pFolderMap->NoteChangedRecord();
+    s_bCacheDirty = true;
     shared.Release();
     const bool bSaved = m_pSharedData->SaveFolderMap(FolderOf(path), false) == 1;
     SetCacheModifiedTime();
@@ -147,8 +149,8 @@ std::uint32_t CTNGDBMgr::UpdateAllOfCache() {
     SynchronizeIfLoaded();
     if (m_eDBState == TNG_DB_NOT_LOADED) CheckAndLoadDataBase(nullptr, false);
     std::vector<std::u16string> folders;
-    m_pSharedData->GetFolderList(&folders);
-    std::uint32_t lastFailure = QXTNG_SUCCESS;
+    std::uint32_t lastFailure = m_pSharedData->GetFolderList(&folders);
+    if (lastFailure == QXTNG_ERROR_NOT_CACHED) lastFailure = QXTNG_SUCCESS;  // there is nothing to update
     for (const std::u16string& folder : folders) {
         if (const std::uint32_t result = UpdateFolderEntered(folder); result != QXTNG_SUCCESS)
             lastFailure = result;

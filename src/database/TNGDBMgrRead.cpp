@@ -111,13 +111,14 @@ int CTNGDBMgr::GetThumbnailFromCache(const std::u16string& path, TNGBuffer& pBuf
         TNGFoundRecord found;
         if (!FindLiveRecord(path, &found)) return kNotRead;
         const CTNGFileData& record = found.record;
-        *peFileType = record.m_eFileType;
         const bool bPicture = IsPictureOrVideo(record);
         if (bPicture && !IsSameFile(record, fileInfo)) {
             DropEntry(path);
+            *peFileType = record.m_eFileType;
             return kNotRead;
         }
         if (!bPicture || HasNoThumbnail(record)) {
+            *peFileType = record.m_eFileType;
             if (IsBig(requested)) return kNotRead;
             const int result = GetDefaultThumbnail(record.m_eFileType, path, fileInfo, pBuffer, pSize, false);
             if (result == kRead) *peOrigin = ORIGIN_DEFAULT;
@@ -128,7 +129,7 @@ int CTNGDBMgr::GetThumbnailFromCache(const std::u16string& path, TNGBuffer& pBuf
                 TNG_LOG(TNG_LOG_ERROR, (u"Marking for deletion failed for " + path).c_str());
             return kNotRead;
         }
-        return ReadThumbnail(path, found, requested, pBuffer, pSize, peOrigin);
+        return ReadThumbnail(path, found, requested, pBuffer, pSize, peFileType, peOrigin);
     } catch (...) {
         pBuffer.reset();
         return kNotRead;
@@ -145,7 +146,7 @@ bool CTNGDBMgr::DropEntry(const std::u16string& path) {
 
 int CTNGDBMgr::ReadThumbnail(const std::u16string& path, const TNGFoundRecord& found,
                              const TNGSize& requested, TNGBuffer& pBuffer, std::int32_t* pSize,
-                             int* peOrigin) {
+                             std::uint32_t* peFileType, int* peOrigin) {
     std::int32_t offset = -1;
     std::int32_t trailerOffset = -1;
     GetThumbnailLocation(found.record, requested, &offset, pSize, &trailerOffset);
@@ -154,6 +155,7 @@ int CTNGDBMgr::ReadThumbnail(const std::u16string& path, const TNGFoundRecord& f
         Platform::VirtualAlloc(nullptr, static_cast<std::size_t>(*pSize),
                                Platform::MEM_COMMIT | Platform::MEM_RESERVE, Platform::PAGE_READWRITE)));
     if (!pBuffer) return kNotRead;
+    *peFileType = found.record.m_eFileType;
     CTNGDataFile file;
     TNGBlockTrailer trailer;
     const int result = file.ReadBlockChecked(CachePath(found.record.m_strDataFileName), found.nDataFileKey,

@@ -62,10 +62,7 @@ std::int32_t AppendRenditions(const CTNGFileData& record, std::uint32_t nDataFil
                                       extraLarge.Bytes(), large.Bytes(), small.Bytes());
 }
 
-}  // namespace
-
-std::uint32_t RefreshThumbnailData(CTNGFileData& record, std::uint32_t nDataFileKey,
-                                   CTNGThumbnailProducer& producer) {
+std::uint32_t Refresh(CTNGFileData& record, std::uint32_t nDataFileKey, CTNGThumbnailProducer& producer) {
     const bool bExtraLarge = KeepsExtraLarge(record);
     TNGSize originalSize{0, 0};
     ImagePtr pImage = MakeImage(record, producer, bExtraLarge, &originalSize);
@@ -80,4 +77,15 @@ std::uint32_t RefreshThumbnailData(CTNGFileData& record, std::uint32_t nDataFile
     record.m_nOriginalWidth = originalSize.nWidth;
     record.m_nOriginalHeight = originalSize.nHeight;
     return QXTNG_SUCCESS;
+}
+
+}  // namespace
+
+std::uint32_t RefreshThumbnailData(CTNGFileData& record, std::uint32_t nDataFileKey,
+                                   CTNGThumbnailProducer& producer) {
+    try {
+        return Refresh(record, nDataFileKey, producer);
+    } catch (...) {
+        return QXTNG_ERROR_FAILED;  // the next file may do with less memory
+    }
 }

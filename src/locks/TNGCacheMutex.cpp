@@ -21,8 +21,8 @@ std::chrono::milliseconds StepOf(std::uint32_t timeout) {
 
 }  // namespace
 
-bool CTNGCacheMutex::CanJoin(TNGLockType) const {
-    return m_bLocked && m_eLockType == TNG_LOCK_READ;
+bool CTNGCacheMutex::CanJoin(TNGLockType type) const {
+    return type != TNG_LOCK_NONE && m_bLocked && m_eLockType == TNG_LOCK_READ;
 }
 
 void CTNGCacheMutex::Join(TNGLockType type) {
@@ -38,7 +38,8 @@ bool CTNGCacheMutex::JoinWriter(std::uint32_t timeout) {
     const TNGGuardLock lock(m_guard);
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout);
     while (m_eLockType != TNG_LOCK_WRITE) {
-        if (!m_change.WaitUntil(m_guard, end)) return false;
+        // Cleared before the writer's hold is given back: no writer is to come.
+        if (!s_bCacheLockedByClient || !m_change.WaitUntil(m_guard, end)) return false;
     }
     ++m_nReadersTakenOver;
     return true;

@@ -17,7 +17,7 @@ class CTNGCacheMutex : public CTNGMutex {
     explicit CTNGCacheMutex(const std::u16string& name) : CTNGMutex(name) {}
 
     /// Joins what a writer of this process holds: the hold outlives the writer until Unlock(false). False if
-    /// there is no writer within `timeout` ms.
+    /// there is no writer within `timeout` ms, or the client gives the cache back meanwhile.
     bool JoinWriter(std::uint32_t timeout);
 
     /// Waits until no more than `nReadersLeft` readers hold it, or nobody. False if `timeout` ms pass first.

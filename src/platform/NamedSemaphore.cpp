@@ -75,27 +75,42 @@ NamedSemaphore::NamedSemaphore(std::string path) : m_path(std::move(path)), m_ow
 
 std::unique_ptr<NamedSemaphore> NamedSemaphore::Open(const char16_t* pszName, bool* pbExisted) {
     std::unique_ptr<NamedSemaphore> pSemaphore(new (std::nothrow) NamedSemaphore(PathOf(pszName)));
-    if (!pSemaphore || !pSemaphore->OpenFile()) return nullptr;
+    if (!pSemaphore || (pSemaphore->m_nDescriptor = pSemaphore->OpenFile()) < 0) return nullptr;
     *pbExisted = IsAnotherPresent(pSemaphore->m_nDescriptor);
     return pSemaphore->MapPage() ? std::move(pSemaphore) : nullptr;
 }
 
 // The file may be removed by its last object between being opened here and being marked as in use.
-bool NamedSemaphore::OpenFile() {
+int NamedSemaphore::OpenFile() const {
     for (;;) {
-        m_nDescriptor = open(m_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600);
-        if (m_nDescriptor < 0) return false;
-        const bool bUsable = IsOwnRegularFile(m_nDescriptor) && SetPresence(m_nDescriptor, F_RDLCK, true);
-        if (bUsable && IsFileAtPath()) return true;
-        close(std::exchange(m_nDescriptor, -1));
-        if (!bUsable) return false;
+        const int nDescriptor =
+            open(m_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600);
+        if (nDescriptor < 0) return -1;
+        const bool bUsable = IsOwnRegularFile(nDescriptor) && SetPresence(nDescriptor, F_RDLCK, true);
+        if (bUsable && IsAtPath(nDescriptor)) return nDescriptor;
+        close(nDescriptor);
+        if (!bUsable) return -1;
     }
 }
 
-bool NamedSemaphore::IsFileAtPath() const {
+// The page stays where it is: other threads may be waiting at it. One that does so at the old file's looks
+// again when its slice is over.
+bool NamedSemaphore::Reopen() {
+    const int nDescriptor = OpenFile();
+    if (nDescriptor < 0) return false;
+    if (!ReservePage(nDescriptor) || mmap(m_pShared, kPageBytes, PROT_READ | PROT_WRITE,
+                                          MAP_SHARED | MAP_FIXED, nDescriptor, 0) == MAP_FAILED) {
+        close(nDescriptor);
+        return false;
+    }
+    close(std::exchange(m_nDescriptor, nDescriptor));
+    return true;
+}
+
+bool NamedSemaphore::IsAtPath(int nDescriptor) const {
     struct stat mine {};
     struct stat there {};
-    return fstat(m_nDescriptor, &mine) == 0 && lstat(m_path.c_str(), &there) == 0 &&
+    return fstat(nDescriptor, &mine) == 0 && lstat(m_path.c_str(), &there) == 0 &&
            mine.st_ino == there.st_ino && mine.st_dev == there.st_dev;
 }
 
@@ -148,9 +163,18 @@ std::uint32_t NamedSemaphore::WaitAsleep(const Deadline& deadline) {
 bool NamedSemaphore::TryTake() {
     Hold hold = Hold::None;
     if (!m_hold.compare_exchange_strong(hold, Hold::Changing)) return false;
-    const bool bTaken = TryFlock(m_nDescriptor);
+    const bool bTaken = TakeFile();
     m_hold.store(bTaken ? Hold::Held : Hold::None);
     return bTaken;
+}
+
+bool NamedSemaphore::TakeFile() {
+    while (TryFlock(m_nDescriptor)) {
+        if (IsFileAtPath()) return true;
+        flock(m_nDescriptor, LOCK_UN);
+        if (!Reopen()) return false;
+    }
+    return false;
 }
 
 bool NamedSemaphore::Release() {

@@ -14,7 +14,8 @@ namespace Platform {
 /// The hold is flock() on this object's own descriptor, so the kernel ends the hold of a process that dies.
 /// A word in the file's page, shared by all, wakes waiters at a release; since a death wakes nobody, each
 /// wait is cut into slices. The last object to go removes the file: every object has a shared record lock on
-/// it, and only one that can have it alone is the last.
+/// it, and only one that can have it alone is the last. A file that somebody else removes keeps nobody apart:
+/// who takes it then goes over to the one that is in its place.
 ///
 /// The locks belong to the open file, which a forked child shares. There the object is dead: it takes and
 /// releases nothing, and when it goes, the parent's hold and the file stay.
@@ -32,11 +33,14 @@ class NamedSemaphore final : public Semaphore {
   private:
     explicit NamedSemaphore(std::string path);
 
-    bool OpenFile();
-    bool IsFileAtPath() const;
+    int OpenFile() const;
+    bool Reopen();
+    bool IsAtPath(int nDescriptor) const;
+    bool IsFileAtPath() const { return IsAtPath(m_nDescriptor); }
     bool MapPage();
     bool IsOfThisProcess() const;
     bool TryTake();
+    bool TakeFile();
     std::uint32_t WaitAsleep(const Deadline& deadline);
 
     std::string m_path;

@@ -4,14 +4,14 @@
 
 void TNGFoundRecord::Take(const CTNGFileData& live) {
     record = live;
+    record.m_strDataFileName = live.m_pFolderMap->m_strDataFileName;  // whatever a damaged record says
     generation = TNGDataGeneration(*live.m_pFolderMap);
     nDataFileKey = live.m_pFolderMap->m_nDataFileKey;
 }
 
 CTNGFileData* TNGFoundRecord::WriteOver(const CTNGCollectionBase2<std::u16string, CTNGFileData>& pathIndex) {
     CTNGFileData* const pLive = pathIndex.FindItem(record.m_strFilePath);
-    if (!pLive || pLive->m_strDataFileName != record.m_strDataFileName) return nullptr;
-    if (!generation.IsCurrentOf(*pLive->m_pFolderMap)) return nullptr;
+    if (!pLive || !generation.IsCurrentOf(*pLive->m_pFolderMap)) return nullptr;
     record.m_pFolderMap = pLive->m_pFolderMap;
     *pLive = record;
     pLive->m_pFolderMap->FileDataList->NoteBlock(*pLive);

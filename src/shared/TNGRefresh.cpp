@@ -24,7 +24,8 @@ bool TNGRefresh::IsDue() {
 }
 
 std::uint32_t TNGRefresh::Start(std::vector<std::u16string> names) {
-    if (s_bRefreshRunning.exchange(true)) return QXTNG_SUCCESS;
+    const std::scoped_lock start(m_start);
+    if (!IsDue() || s_bRefreshRunning.exchange(true)) return QXTNG_SUCCESS;
     Stop();
     m_names = std::move(names);
     m_bStop = false;

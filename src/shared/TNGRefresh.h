@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,7 @@ class TNGRefresh {
     /// True if none is at work and the pause is over.
     static bool IsDue();
 
-    /// Starts the reading of files of the cache folder, by their bare names. A result code.
+    /// Starts the reading of files of the cache folder, by their bare names, if it is due. A result code.
     std::uint32_t Start(std::vector<std::u16string> names);
 
     void Stop();
@@ -30,6 +31,7 @@ class TNGRefresh {
     static unsigned RefreshThreadProc(void* pArgument);
     void TouchFiles() const;
 
+    std::mutex m_start;                   // held by Start(): one thread takes the place of the one before
     std::vector<std::u16string> m_names;  // of the thread, while it runs
     std::atomic<bool> m_bStop{false};
     Platform::Thread* m_hRefreshThread = nullptr;  // owned

@@ -27,7 +27,8 @@ enum TNGIndexOperation : int {
 /// Two locks with a time-out of 1000 ms guard it, always taken in this order: sharedMutex the path index and
 /// the content of the records, and folderMapMutex (of the collection) the folder maps with their lists. What
 /// writes records to a file holds both. Operations take the locks themselves unless told otherwise, and
-/// answer QXTNG_ERROR_LOCK_FAILED, with nothing changed, if they cannot. Callers have entered the cache.
+/// answer QXTNG_ERROR_LOCK_FAILED if they cannot: with nothing changed, unless it is the lock of one of the
+/// files that could not be had. Callers have entered the cache.
 class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileData> {
   public:
     explicit CTNGSharedDataMgr(const std::u16string& indexFileName);
@@ -108,10 +109,6 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
     /// Notes that a record of the folder got a new block in place of one that is dead now.
     std::uint32_t MarkFolderModified(const std::u16string& folder);
 
-    /// Notes that the list file lacks what a record of the folder has become. The caller holds sharedMutex
-    /// for writing.
-    void NoteChangedRecord(CTNGFolderMap& folderMap);
-
     /// Counts a block that cannot be read as dead. The caller holds folderMapMutex for writing. 1, or 0 if
     /// there is no such folder.
     int MarkStaleBlock(const std::u16string& path);
@@ -135,7 +132,6 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
     void ClearIndex() { m_pTable->clear(); }
     void RemoveFromIndex(const std::u16string& path) { m_pTable->erase(path); }
     void RemoveFromIndex(const CTNGFolderMap& folderMap);
-    bool AddLoadedRecords();
     std::uint32_t ForgetOrDelete(bool bDeleteFiles);
     std::uint32_t SynchronizeDirectoryMap(bool* pbModified);
     std::uint32_t ResetFolderMap(CTNGFolderMap* pFolderMap);
@@ -143,7 +139,7 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
     std::uint32_t MoveFolderMaps(const std::u16string& newFolder);
     bool CopyFolderMapFiles(const CTNGFolderMap& folderMap, const std::u16string& newFolder,
                             std::vector<std::u16string>* pCopies);
-    void TakeUpForeignFolders();
+    bool TakeUpForeignFolders();
     CTNGFolderMap* FindOrMakeFolderMap(const std::u16string& folder, bool* pbNew);
     std::uint32_t SaveIndexOfTheRest(TNGLockHold& folderMaps);
     void DeleteFolderOfLastRecord(const CTNGFolderMap& folderMap);

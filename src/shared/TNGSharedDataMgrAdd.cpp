@@ -24,13 +24,14 @@ int CTNGSharedDataMgr::AddFileData(const std::u16string& path, CTNGFileData** pp
                                    bool* pbNewFolderMap) {
     std::u16string folder = path;
     if (!CutToFolder(folder)) return 0;
-    TakeUpForeignFolders();
+    if (!TakeUpForeignFolders()) return 0;
     const TNGLockHold folderMaps(GetFolderMapMutex(), true);
     if (!folderMaps.IsHeld()) return 0;
     CTNGFolderMap* const pFolderMap = FindOrMakeFolderMap(folder, pbNewFolderMap);
     if (!pFolderMap) return 0;
-    CTNGFileData* pRecord = nullptr;
-    if (pFolderMap->FileDataList->FindRecord(path, &pRecord)) {
+    CTNGFileData* pRecord = FindItem(path);  // of several records of one path the one that counts
+    const bool bIndexed = pRecord && pRecord->m_pFolderMap == pFolderMap;
+    if (bIndexed || pFolderMap->FileDataList->FindRecord(path, &pRecord)) {
         pFolderMap->NoteChangedRecord();
     } else {
         pRecord = AddRecord(*pFolderMap, path);
@@ -45,10 +46,11 @@ int CTNGSharedDataMgr::AddFileData(const std::u16string& path, CTNGFileData** pp
 }
 
 // Nothing may be in memory yet although there is a cache: the index file is about to be written from what is.
-void CTNGSharedDataMgr::TakeUpForeignFolders() {
+bool CTNGSharedDataMgr::TakeUpForeignFolders() {
     m_pFolderMaps->SetIndexFileName(m_strIndexFileName);
+    if (HasFolderMaps() && !m_pFolderMaps->IsIndexUnread()) return true;
     bool bAdded = false;
-    if (!HasFolderMaps()) m_pFolderMaps->CheckAndAddNewFolderMap(CachePath(m_strIndexFileName), &bAdded);
+    return m_pFolderMaps->CheckAndAddNewFolderMap(CachePath(m_strIndexFileName), &bAdded) == QXTNG_SUCCESS;
 }
 
 CTNGFolderMap* CTNGSharedDataMgr::FindOrMakeFolderMap(const std::u16string& folder, bool* pbNew) {
@@ -64,8 +66,8 @@ CTNGFolderMap* CTNGSharedDataMgr::FindOrMakeFolderMap(const std::u16string& fold
             }
             return pFound;
         }
-        if (result == QXTNG_ERROR_LOCK_FAILED) return nullptr;
-        // What cannot be read is given up, and begun anew.
+        if (pFound->FileDataList->IsOutOfReach()) return nullptr;
+        // What is damaged is given up, and begun anew.
         pFound->DeleteDataFile();
         pFound->DeleteListFile();
         m_pFolderMaps->RemoveItem(folder);
@@ -91,14 +93,16 @@ void CTNGSharedDataMgr::AssignFolderMapFileNames(CTNGFolderMap* pFolderMap) {
     pFolderMap->m_strListFileName = FileName(number, u".dat");
     pFolderMap->FileDataList->SetListFileName(pFolderMap->m_strListFileName);
     pFolderMap->MakeKeys();
+    // What an earlier folder of this number may have left is dead space.
+    if (Platform::PathFileExistsW(CachePath(pFolderMap->m_strDataFileName).c_str()))
+        pFolderMap->m_nStaleBlocks = 1;
 }
 
 std::uint32_t CTNGSharedDataMgr::RemoveFileData(const std::u16string& path) {
     const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
-    if (!shared.IsLocked()) return QXTNG_ERROR_LOCK_FAILED;
-    RemoveFromIndex(path);
     const TNGLockHold folderMaps(GetFolderMapMutex(), true);
-    if (!folderMaps.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
+    if (!shared.IsLocked() || !folderMaps.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
+    RemoveFromIndex(path);
     std::u16string folder = path;
     CTNGFolderMap* const pFolderMap = CutToFolder(folder) ? m_pFolderMaps->FindItem(folder) : nullptr;
     if (!pFolderMap) return QXTNG_ERROR_NOT_CACHED;

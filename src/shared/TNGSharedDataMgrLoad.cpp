@@ -22,7 +22,6 @@ std::uint32_t CTNGSharedDataMgr::LoadDB(const char16_t* path, bool bPathIsFile, 
         TNG_LOG(TNG_LOG_LEAVE, u"CTNGSharedDataMgr::LoadDB");
         return QXTNG_SUCCESS;
     }
-    ClearIndex();
     const std::uint32_t result =
         m_pFolderMaps->Load(m_strIndexFileName, path, bPathIsFile, bLoadDirMapOnly, m_pTable.get());
     if (result != QXTNG_SUCCESS) {
@@ -34,28 +33,9 @@ std::uint32_t CTNGSharedDataMgr::LoadDB(const char16_t* path, bool bPathIsFile, 
         SetCacheModifiedTime();
         return QXTNG_SUCCESS;
     }
-    const bool bAdded = AddLoadedRecords();
-    if (bAdded) SetCacheModifiedTime();
+    SetCacheModifiedTime();
     TNG_LOG(TNG_LOG_LEAVE, u"CTNGSharedDataMgr::LoadDB");
-    return bAdded ? QXTNG_SUCCESS : QXTNG_ERROR_LOCK_FAILED;
-}
-
-bool CTNGSharedDataMgr::AddLoadedRecords() {
-    const TNGLockHold folderMaps(GetFolderMapMutex(), false);
-    if (!folderMaps.IsHeld()) return false;
-    std::size_t count = 0;
-    m_pFolderMaps->ForEach([&count](const CTNGFolderMap& folderMap) {
-        count += static_cast<std::size_t>(folderMap.FileDataList->GetCount());
-    });
-    m_pTable->reserve(count);
-    m_pFolderMaps->ForEach([this](const CTNGFolderMap& folderMap) {
-        if (folderMap.m_bHeaderOnly) return;
-        for (int i = 0; i < folderMap.FileDataList->GetCount(); ++i) {
-            CTNGFileData* const pRecord = folderMap.FileDataList->GetAt(i);
-            if (pRecord->m_bDeleted == 0) AddItemByKey(pRecord, pRecord->m_strFilePath);
-        }
-    });
-    return true;
+    return QXTNG_SUCCESS;
 }
 
 std::uint32_t CTNGSharedDataMgr::LoadFolderData(const char16_t* path, bool bPathIsFile) {
@@ -106,8 +86,8 @@ std::uint32_t CTNGSharedDataMgr::Shutdown() {
     const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
     if (!shared.IsLocked()) return QXTNG_ERROR_LOCK_FAILED;
     const std::uint32_t result = m_pFolderMaps->SaveFolderMaps(m_strIndexFileName, true);
+    if (!m_pFolderMaps->DeleteAll(false)) return QXTNG_ERROR_LOCK_FAILED;
     ClearIndex();
-    m_pFolderMaps->DeleteAll(false);
     SetCacheModifiedTime();
     return result;
 }

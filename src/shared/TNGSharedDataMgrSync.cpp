@@ -16,6 +16,12 @@ bool IsOther(const Platform::FILETIME& time, const Platform::FILETIME& known) {
     return Platform::CompareFileTime(&time, &known) != 0;
 }
 
+// A folder that this process has made and not yet saved has no list: its number has been given to another
+// folder by another process.
+bool IsForeignList(const CTNGFolderMap& folderMap) {
+    return folderMap.m_bListLoaded && !IsOther(folderMap.m_ftListFile, Platform::FILETIME{});
+}
+
 }  // namespace
 
 std::uint32_t CTNGSharedDataMgr::SynchronizeCache(bool* pbModified) {
@@ -51,7 +57,8 @@ std::uint32_t CTNGSharedDataMgr::SynchronizeCache(bool* pbModified) {
     if (IsOther(index.ftLastWriteTime, s_ftDirectoryMap)) {
         *pbModified = true;
         bool bAdded = false;
-        m_pFolderMaps->CheckAndAddNewFolderMap(indexPath, &bAdded);
+        // Out of reach: the next look is at it again.
+        if (m_pFolderMaps->CheckAndAddNewFolderMap(indexPath, &bAdded) != QXTNG_SUCCESS) return QXTNG_SUCCESS;
         TNG_LOG(TNG_LOG_INFO, u"CTNGSharedDataMgr::SynchronizeCache, DirectoryMap modified");
     }
     SetCacheModifiedTime();
@@ -65,11 +72,14 @@ std::uint32_t CTNGSharedDataMgr::SynchronizeDirectoryMap(bool* pbModified) {
     *pbModified = false;
     if (m_pFolderMaps->IsEmpty()) return QXTNG_SUCCESS;
     std::vector<CTNGFolderMap*> gone;
+    std::vector<CTNGFolderMap*> displaced;
     m_pFolderMaps->ForEach([&](CTNGFolderMap& folderMap) {
         Platform::WIN32_FIND_DATAW list;
         if (!CTNGFileInfo::FindFileData(CachePath(folderMap.m_strListFileName).c_str(), &list, false) ||
             !Platform::PathFileExistsW(CachePath(folderMap.m_strDataFileName).c_str())) {
             gone.push_back(&folderMap);
+        } else if (IsForeignList(folderMap)) {
+            displaced.push_back(&folderMap);
         } else if (folderMap.m_bListLoaded && IsOther(list.ftLastWriteTime, folderMap.m_ftListFile) &&
                    ResetFolderMap(&folderMap) == QXTNG_SUCCESS) {
             folderMap.m_ftListFile = list.ftLastWriteTime;
@@ -81,7 +91,12 @@ std::uint32_t CTNGSharedDataMgr::SynchronizeDirectoryMap(bool* pbModified) {
     });
     for (CTNGFolderMap* pFolderMap : gone)
         RemoveFolderMap(pFolderMap);
-    *pbModified |= !gone.empty();
+    for (const CTNGFolderMap* pFolderMap : displaced) {
+        RemoveFromIndex(*pFolderMap);
+        const std::u16string folder = pFolderMap->m_strFolderPath;
+        m_pFolderMaps->RemoveItem(folder);
+    }
+    *pbModified |= !gone.empty() || !displaced.empty();
     TNG_LOG(TNG_LOG_INFO, gone.empty()
                               ? u"CTNGSharedDataMgr::SynchronizeDirectoryMap, no folderMap removed"
                               : u"CTNGSharedDataMgr::SynchronizeDirectoryMap, some foldermaps removed");

@@ -49,11 +49,6 @@ std::uint32_t CTNGSharedDataMgr::MarkFolderModified(const std::u16string& folder
     return QXTNG_SUCCESS;
 }
 
-void CTNGSharedDataMgr::NoteChangedRecord(CTNGFolderMap& folderMap) {
-    const TNGLockHold folderMaps(GetFolderMapMutex(), true);
-    folderMap.NoteChangedRecord();
-}
-
 int CTNGSharedDataMgr::MarkStaleBlock(const std::u16string& path) {
     std::u16string folder = path;
     CTNGFolderMap* const pFolderMap = CutToFolder(folder) ? m_pFolderMaps->FindItem(folder) : nullptr;
@@ -62,7 +57,6 @@ int CTNGSharedDataMgr::MarkStaleBlock(const std::u16string& path) {
     return 1;
 }
 
-// For writing: a list that is written anew gives its records new locations.
 int CTNGSharedDataMgr::SaveFolderMap(const std::u16string& folder, bool bCompact) {
     // For writing: a compaction changes the locations in the records.
     const CTNGAutoMutexPtr shared(GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);

@@ -24,9 +24,10 @@ bool HasError(std::FILE* pFile) {
 
 bool CTNGDataFile::Open(const std::u16string& path, bool bRead, bool bCreate) {
     if (bRead) {
-        const int error = m_readFile.Open(path.c_str());
-        if (error != 0) m_eStatus = error == ENOENT ? DATA_FILE_NOT_FOUND : DATA_FILE_READ_ERROR;
-        return error == 0;
+        m_nOpenError = m_readFile.Open(path.c_str());
+        if (m_nOpenError != 0)
+            m_eStatus = m_nOpenError == ENOENT ? DATA_FILE_NOT_FOUND : DATA_FILE_READ_ERROR;
+        return m_nOpenError == 0;
     }
     const int error = Platform::_wfopen_s(&m_pFile, path.c_str(), bCreate ? "wb" : "a+b");
     if (error == 0) return !HasError(m_pFile);

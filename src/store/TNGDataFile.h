@@ -7,6 +7,7 @@
 #include "platform/Streams.h"
 #include "platform/Time.h"
 #include "store/TNGBlockTrailer.h"
+#include "store/TNGOpenError.h"
 
 /// Outcome of the last operation on a data file.
 enum TNGDataFileStatus : std::uint32_t {
@@ -26,7 +27,7 @@ struct TNGThumbnailBytes {
 
 /// Reads and writes files that are bytes at an offset: the data files of thumbnails, and the date-time file.
 /// Every operation opens, works and closes. Operations on blocks take the lock of the file, by its key,
-/// for at most 1000 ms. Offsets and sizes are in bytes; the results of blocks are 0 for success, 1 for
+/// for at most 2000 ms. Offsets and sizes are in bytes; reading a block answers 0 for success, 1 for
 /// failure. See docs/cache-format.md.
 class CTNGDataFile {
   public:
@@ -42,6 +43,9 @@ class CTNGDataFile {
     bool Close();
 
     TNGDataFileStatus Status() const { return m_eStatus; }
+
+    /// True if the last file to be read could not be opened, though it may be there and whole.
+    bool IsOutOfReach() const { return ::IsOutOfReach(m_nOpenError); }
 
     /// Has the system take a file into its cache, by reading of it. A result code.
     std::uint32_t TouchFile(const std::u16string& path);
@@ -74,4 +78,5 @@ class CTNGDataFile {
     Platform::PlainFile m_readFile;  // while reading
     std::FILE* m_pFile = nullptr;    // while writing
     TNGDataFileStatus m_eStatus = DATA_FILE_OK;
+    int m_nOpenError = 0;  // the errno value, of a file to be read
 };

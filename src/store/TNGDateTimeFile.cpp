@@ -15,9 +15,12 @@ namespace {
 
 constexpr char16_t s_szLogSource[] = u"TNGDBMgr";
 
+// A time that no other can follow comes of damage; the present time takes its place.
 bool ReadTime(Platform::FILETIME* pTime) {
     CTNGDataFile file;
-    return file.ReadDateTime(s_strDateTimeFilePath.Get(), pTime) == QXTNG_SUCCESS;
+    if (file.ReadDateTime(s_strDateTimeFilePath.Get(), pTime) != QXTNG_SUCCESS) return false;
+    const Platform::FILETIME next = Platform::NextFileTime(*pTime);
+    return Platform::CompareFileTime(&next, pTime) > 0;
 }
 
 Platform::FILETIME TimeOfChange() {
@@ -72,5 +75,6 @@ bool IsCacheSynchronized() {
     Platform::FILETIME time;
     if (!ReadTime(&time)) return answer(false);
     const Platform::FILETIME own = s_ftCacheModified;
-    return answer(Platform::CompareFileTime(&time, &own) <= 0);
+    // An earlier one, too: it may have been written in place of a time that was damaged.
+    return answer(Platform::CompareFileTime(&time, &own) == 0);
 }

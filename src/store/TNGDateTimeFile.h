@@ -29,8 +29,9 @@ void PrepareDateTimeFile();
 void MoveDateTimeFile(const std::u16string& folder);
 
 /// Writes the present time, or a later one if the file's own is not past yet, so that each change of the
-/// cache bears a later time than the one before. To be called when the change itself has been written.
+/// cache bears a later time than the one before. To be called when a change has been written; and before,
+/// too, by what may be killed at writing it.
 void SetCacheModifiedTime();
 
-/// False if the file has a later time than this process last wrote, or has none. True if in doubt.
+/// False if the file has another time than this process last wrote, or has none. True if in doubt.
 bool IsCacheSynchronized();

@@ -1,7 +1,6 @@
 #include "TNGFields.h"
 
 #include <algorithm>
-#include <new>
 
 bool ReadText(std::FILE* pFile, std::u16string& text) {
     // Up to here memory is taken on the word of the length; above, the file has to hold that much.
@@ -9,7 +8,7 @@ bool ReadText(std::FILE* pFile, std::u16string& text) {
     std::int32_t units = 0;
     ReadField(pFile, units);
     if (units < 0) return false;
-    if (units > TNG_MAX_TEXT_UNITS) throw std::bad_alloc();
+    if (units > TNG_MAX_TEXT_UNITS) throw TNGTextTooLong();
     std::int64_t expected = units;
     if (units > kTrustedUnits)
         expected =

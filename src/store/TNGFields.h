@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "platform/Streams.h"
@@ -14,6 +15,9 @@ static_assert(std::endian::native == std::endian::little,
 
 /// Texts above this many units are not taken into memory; no path is that long.
 inline constexpr std::int32_t TNG_MAX_TEXT_UNITS = 1 << 20;
+
+/// A text that is longer: no memory could be had for it.
+struct TNGTextTooLong : std::bad_alloc {};
 
 /// Fields that stand one behind the other: read from the file in one go, and taken in order. A field that the
 /// file ends in or before keeps its value.
@@ -49,7 +53,7 @@ void WriteField(std::FILE* pFile, T field) {
 }
 
 /// Reads a text: its length in UTF-16 units, and its units up to the first zero. What the file no longer
-/// holds is missing. False for a negative length. Throws std::bad_alloc above TNG_MAX_TEXT_UNITS.
+/// holds is missing. False for a negative length. Throws TNGTextTooLong above TNG_MAX_TEXT_UNITS.
 bool ReadText(std::FILE* pFile, std::u16string& text);
 
 void WriteText(std::FILE* pFile, const std::u16string& text);

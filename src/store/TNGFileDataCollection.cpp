@@ -5,8 +5,9 @@
 #include "common/TNGFileInfo.h"
 #include "common/TNGTypes.h"
 #include "locks/TNGLockHold.h"
-#include "store/TNGCacheFiles.h"
 #include "store/TNGCachePaths.h"
+#include "store/TNGFields.h"
+#include "store/TNGFolderMap.h"
 #include "store/TNGListRewrite.h"
 #include "store/TNGRecordFile.h"
 #include "store/TNGThumbnailLocation.h"
@@ -40,6 +41,7 @@ void CTNGFileDataCollection::ClearItems() {
     const TNGGuardLock lock(m_guard);
     m_firstByPath.clear();
     m_bIndexed = false;
+    m_nBlocksEnd = 0;
     DestroyItems();
 }
 
@@ -83,13 +85,16 @@ int CTNGFileDataCollection::RemoveRecord(std::u16string_view path) {
 std::uint32_t CTNGFileDataCollection::LoadList(const std::u16string& name, TNGPathIndex* pPathIndex) {
     m_strListFileName = name;
     const TNGLockHold hold(GetListLock(), true);
-    if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
+    m_bOutOfReach = !hold.IsHeld();
+    if (m_bOutOfReach) return QXTNG_ERROR_LOCK_FAILED;
     ClearItems();
     std::uint32_t result = QXTNG_ERROR_FAILED;
     try {
         result = LoadRecords(pPathIndex);
-    } catch (...) {
+    } catch (const TNGTextTooLong&) {
         result = QXTNG_ERROR_FAILED;
+    } catch (...) {
+        m_bOutOfReach = true;
     }
     if (result != QXTNG_SUCCESS) DropLoaded(pPathIndex);
     return result;
@@ -105,11 +110,19 @@ void CTNGFileDataCollection::FindBlocksEnd() {
         NoteBlock(*pRecord);
 }
 
+// The name of a data file in a record may be damaged: it must not lead to another file.
+void CTNGFileDataCollection::DropForeignBlocks() {
+    for (CTNGFileData* pRecord : *m_pItems) {
+        if (HasBlock(*pRecord) && pRecord->m_strDataFileName != m_pFolderMap->m_strDataFileName)
+            pRecord->m_bDeleted = 1;
+    }
+}
+
 // What is appended to a data file that has lost its end would come to lie where records look for theirs.
 bool CTNGFileDataCollection::DropLostBlocks() {
     if (m_nBlocksEnd == 0) return false;
     Platform::WIN32_FIND_DATAW entry;
-    CTNGFileInfo::FindFileData(CachePath(m_pItems->front()->m_strDataFileName).c_str(), &entry, false);
+    CTNGFileInfo::FindFileData(CachePath(m_pFolderMap->m_strDataFileName).c_str(), &entry, false);
     const auto end = static_cast<std::int64_t>(std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow);
     if (end >= m_nBlocksEnd) return false;
     for (CTNGFileData* pRecord : *m_pItems) {
@@ -124,7 +137,11 @@ std::uint32_t CTNGFileDataCollection::LoadRecords(TNGPathIndex* pPathIndex) {
     std::int32_t count = 0;
     std::int32_t bOpened = 0;
     CTNGRecordFile<CTNGFileData> file(CachePath(m_strListFileName), true, &count, &bOpened, false);
-    if (!bOpened) return QXTNG_ERROR_FILE_READ;
+    const auto failed = [&] {
+        m_bOutOfReach = file.IsOutOfReach();
+        return m_bOutOfReach ? QXTNG_ERROR_FAILED : QXTNG_ERROR_FILE_READ;
+    };
+    if (!bOpened) return failed();
     m_nLastSaved = -1;
     if (count > 0)
         m_pItems->reserve(
@@ -132,14 +149,16 @@ std::uint32_t CTNGFileDataCollection::LoadRecords(TNGPathIndex* pPathIndex) {
     for (; file.CanReadOn() && count > 0; --count) {
         auto pRecord = std::make_unique<CTNGFileData>();
         file.ReadRecord(pRecord.get());
-        if (file.Status() != FILE_READ_OK) return QXTNG_ERROR_FILE_READ;
+        if (file.Status() != FILE_READ_OK) return failed();
         ++m_nLastSaved;
         pRecord->m_pFolderMap = m_pFolderMap;
         AddItem(std::move(pRecord));
     }
+    if (file.IsOutOfReach()) return failed();
     m_nSavedBytes = file.Position();
     // Nothing can follow a record that is cut off: the next append writes the list anew.
     if (file.IsEof()) m_nLastSaved = -1;
+    DropForeignBlocks();
     FindBlocksEnd();
     DropLostBlocks();
     for (CTNGFileData* pRecord : *m_pItems) {
@@ -171,11 +190,21 @@ std::uint32_t CTNGFileDataCollection::AppendNewRecords() {
     }
 }
 
+// What is still being made goes with a later batch, and must not keep back what is behind it. How many
+// records stand before it then.
+std::int32_t CTNGFileDataCollection::MoveUnfinishedBack(int start) {
+    const auto isFinished = [](const CTNGFileData* pRecord) { return pRecord->m_pAddition.expired(); };
+    const auto first = std::find_if_not(m_pItems->begin() + start, m_pItems->end(), isFinished);
+    if (first == m_pItems->end()) return GetCount();
+    const auto unfinished = std::stable_partition(first, m_pItems->end(), isFinished);
+    const TNGGuardLock lock(m_guard);
+    m_firstByPath.clear();  // which record of a path is the first may be another one now
+    m_bIndexed = false;
+    return static_cast<std::int32_t>(unfinished - m_pItems->begin());
+}
+
 std::uint32_t CTNGFileDataCollection::WriteNewRecords(int start) {
-    // What is still being made goes with a later batch, and all behind it: the order stays.
-    std::int32_t count = start;
-    while (count < GetCount() && GetAt(count)->m_pAddition.expired())
-        ++count;
+    std::int32_t count = MoveUnfinishedBack(start);
     if (count == start) return QXTNG_ERROR_FILE_WRITE;
     std::int32_t bOpened = 0;
     CTNGRecordFile<CTNGFileData> file(CachePath(m_strListFileName), false, &count, &bOpened, start != 0,
@@ -218,7 +247,7 @@ void CTNGFileDataCollection::ResetList(bool bDeleteFile) {
         ClearItems();
     }
     if (bDeleteFile) {
-        DeleteCacheFile(CachePath(m_strListFileName), m_keys.m_nListFileKey, true, TNG_LOCK_TIMEOUT_MS);
+        m_pFolderMap->DeleteListFile();
         GetFileLockRegistry().RemoveFileLock(m_keys.m_nListFileKey, true);
     }
     m_nLastSaved = -1;

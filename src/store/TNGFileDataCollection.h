@@ -19,7 +19,7 @@ class CTNGFolderMap;
 using TNGPathIndex = std::unordered_map<std::u16string, CTNGFileData*>;
 
 /// The records of one source folder, in the order of its list file. Loading and saving take the list file's
-/// lock, for at most 1000 ms; everything else runs under a lock of the caller. Results are TNGResult codes.
+/// lock, for at most 2000 ms; everything else runs under a lock of the caller. Results are TNGResult codes.
 /// The format of the list file stands in docs/cache-format.md.
 class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
   public:
@@ -46,10 +46,16 @@ class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
     int RemoveRecord(std::u16string_view path);
 
     /// Reads the list file, in place of what is there. Live records go into `pPathIndex`, if it is given.
-    /// QXTNG_ERROR_FILE_READ if it is damaged: the list is then empty.
+    /// QXTNG_ERROR_FILE_READ if it is not there or damaged, QXTNG_ERROR_FAILED if a text in it is too long,
+    /// or if it is out of reach: the list is then empty.
     std::uint32_t LoadList(const std::u16string& name, TNGPathIndex* pPathIndex);
 
-    /// Appends to the file what it does not hold yet. QXTNG_ERROR_FILE_WRITE, too, if there is nothing.
+    /// True if the last LoadList() says nothing about the file, which may be whole: it had no lock,
+    /// descriptor, right or memory.
+    bool IsOutOfReach() const { return m_bOutOfReach; }
+
+    /// Appends to the file what it does not hold yet. Records that are still being made are left out, and go
+    /// to the end of the list. QXTNG_ERROR_FILE_WRITE, too, if there is nothing.
     std::uint32_t AppendNewRecords();
 
     /// Rewrites the list file (`bRewrite`) without records that are marked; and with `bCompact` the data file
@@ -92,13 +98,16 @@ class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
     void MakeIndex() const TNG_REQUIRES(m_guard);
     std::uint32_t LoadRecords(TNGPathIndex* pPathIndex);
     void FindBlocksEnd();
+    void DropForeignBlocks();
     void DropLoaded(TNGPathIndex* pPathIndex);
+    std::int32_t MoveUnfinishedBack(int start);
     std::uint32_t WriteNewRecords(int start);
 
     std::int32_t m_nLastSaved = -1;   // index of the last record that the list file holds; -1: none
     std::int64_t m_nSavedBytes = -1;  // where these records end in the file; -1: at its end
     std::uint32_t m_nRewrites = 0;
     std::int64_t m_nBlocksEnd = 0;  // where the last block of a live record ends in the data file
+    bool m_bOutOfReach = false;
     std::u16string m_strListFileName;
     CTNGFolderMap* m_pFolderMap;  // the owner
     const TNGFolderFileKeys& m_keys;

@@ -61,13 +61,14 @@ void CTNGFolderMap::MakeKeys() {
 }
 
 bool CTNGFolderMap::DeleteDataFile() const {
-    // A damaged index may name anything; only what can be a data file is deleted as one.
+    // A damaged index may name anything; only what can be a file of the cache is deleted as one.
     return m_strDataFileName.ends_with(u".db") &&
            DeleteCacheFile(CachePath(m_strDataFileName), m_nDataFileKey, false, TNG_LOCK_TIMEOUT_MS);
 }
 
 bool CTNGFolderMap::DeleteListFile() const {
-    return DeleteCacheFile(CachePath(m_strListFileName), m_nListFileKey, true, TNG_LOCK_TIMEOUT_MS);
+    return m_strListFileName.ends_with(u".dat") &&
+           DeleteCacheFile(CachePath(m_strListFileName), m_nListFileKey, true, TNG_LOCK_TIMEOUT_MS);
 }
 
 bool CTNGFolderMap::ReadRecord(std::FILE* pFile) {
@@ -90,17 +91,28 @@ int CTNGFolderMap::Save(std::FILE* pFile) {
         return 0;
     };
     if (HasError(pFile)) return failed(u"ERROR IN FILE WRITING START CTNGFolderMap::Save");
+    constexpr char16_t kListFailed[] = u"ERROR IN SAVE FILE DATA LIST CTNGFolderMap::Save";
+    bool bListSaved = true;
     if (!m_bHeaderOnly && m_bListLoaded) {
-        if (FileDataList->SaveList(m_nStaleBlocks > 0, m_strDataFileName, m_bListDirty) != QXTNG_SUCCESS)
-            return failed(u"ERROR IN SAVE FILE DATA LIST CTNGFolderMap::Save");
-        m_nStaleBlocks = 0;
-        NoteRewritten();
+        bListSaved = SaveFiles();
+        // The old files stand, and are not to be lost with the folder's record.
+        if (!bListSaved && !Platform::PathFileExistsW(CachePath(m_strListFileName).c_str()))
+            return failed(kListFailed);
     }
     m_nVersion = FOLDER_MAP_CURRENT_VERSION;
     WriteRecord(pFile);
     if (HasError(pFile)) return failed(u"ERROR IN FILE WRITING END CTNGFolderMap::Save");
+    if (!bListSaved) return failed(kListFailed);
     TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMap::Save");
     return 1;
+}
+
+bool CTNGFolderMap::SaveFiles() {
+    if (FileDataList->SaveList(m_nStaleBlocks > 0, m_strDataFileName, m_bListDirty) != QXTNG_SUCCESS)
+        return false;
+    m_nStaleBlocks = 0;
+    NoteRewritten();
+    return true;
 }
 
 void CTNGFolderMap::WriteRecord(std::FILE* pFile) const {

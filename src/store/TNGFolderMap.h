@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -27,7 +28,8 @@ class CTNGFolderMap : public TNGFolderFileKeys {
     /// behind the record. Throws std::bad_alloc for a text that is too long.
     int Load(std::FILE* pFile);
 
-    /// Saves the list, if it is loaded and has changed, and writes the folder record. 1 or 0.
+    /// Saves the list, if it is loaded and has changed, and writes the folder record. 1 or 0. If the list
+    /// cannot be saved, the record is written only if there is an older one on disk.
     int Save(std::FILE* pFile);
 
     /// Works the keys of both files out from their names and the cache folder.
@@ -37,11 +39,12 @@ class CTNGFolderMap : public TNGFolderFileKeys {
     bool DeleteDataFile() const;
     bool DeleteListFile() const;
 
-    /// What the list file lacks: a new record, which the next append brings, or a change that only a rewrite
-    /// does. NoteAppended() and NoteRewritten() say which of them has been done.
+    /// What the list file lacks: a new record, which an append brings, or a change that only a rewrite does.
+    /// NoteAppended() and NoteRewritten() say which of them has been done; an append may have left out
+    /// records that are still being made. These may be called without the collection's lock.
     void NoteNewRecord() { m_bListDirty = true; }
     void NoteChangedRecord() { m_bListDirty = m_bRewriteOwed = true; }
-    void NoteAppended() { m_bListDirty = m_bRewriteOwed; }
+    void NoteAppended() { m_bListDirty = m_bRewriteOwed || FileDataList->HasUnsavedRecords(); }
     void NoteRewritten() { m_bListDirty = m_bRewriteOwed = false; }
 
     bool m_bHeaderOnly;
@@ -49,9 +52,9 @@ class CTNGFolderMap : public TNGFolderFileKeys {
     std::u16string m_strFolderPath;    // the folder's key; no separator at its end
     std::u16string m_strDataFileName;  // bare names
     std::u16string m_strListFileName;
-    std::int32_t m_nFileNumber = 0;   // the number in both names
-    Platform::FILETIME m_ftListFile;  // of the list file when this process last read or wrote it
-    bool m_bListDirty = false;        // the list file has to be rewritten, not appended to
+    std::int32_t m_nFileNumber = 0;         // the number in both names
+    Platform::FILETIME m_ftListFile;        // of the list file when this process last read or wrote it
+    std::atomic<bool> m_bListDirty{false};  // the list file does not hold all that the list does
     std::unique_ptr<CTNGFileDataCollection> FileDataList;
     std::int32_t m_nStaleBlocks = 0;  // dead blocks in the data file since its last compaction
     bool m_bListLoaded = false;       // FileDataList holds the records of the list file
@@ -59,6 +62,7 @@ class CTNGFolderMap : public TNGFolderFileKeys {
   private:
     bool ReadRecord(std::FILE* pFile);
     void WriteRecord(std::FILE* pFile) const;
+    bool SaveFiles();
 
-    bool m_bRewriteOwed = false;  // of records that the list file holds, some have changed
+    std::atomic<bool> m_bRewriteOwed{false};  // of records that the list file holds, some have changed
 };

@@ -45,7 +45,7 @@ std::uint32_t DriveType(const std::u16string& folder) {
     return Platform::GetDriveTypeW(folder.empty() ? u"/" : folder.c_str());
 }
 
-// A second folder map of one folder goes again, and must not take the lock of the list with it.
+// A second folder map of one folder or file goes again, and must not take the lock of the list with it.
 void ForgetTwin(CTNGFolderMap& folderMap) {
     folderMap.FileDataList->SetListFileName({});
 }
@@ -102,6 +102,7 @@ std::uint32_t CTNGFolderMapCollection::Load(const std::u16string& fileName, cons
         TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMapCollection::Load condition folderMapMutex.IsLocked failed");
         return QXTNG_ERROR_LOCK_FAILED;
     }
+    if (pPathIndex) pPathIndex->clear();  // with the records that it points at
     ClearItemsByKey(true);
     std::u16string target = pPath ? pPath : u"";
     const bool bHasTarget = pPath && !bLoadDirMapOnly && (!bPathIsFile || CutToFolder(target));
@@ -110,6 +111,7 @@ std::uint32_t CTNGFolderMapCollection::Load(const std::u16string& fileName, cons
     std::int32_t count = 0;
     std::int32_t bOpened = 0;
     IndexFile file(CachePath(fileName), true, &count, &bOpened, false);
+    m_bIndexUnread = file.IsOutOfReach();
     if (!bOpened) {
         s_ftDirectoryMap.store(Platform::FILETIME{});
         TNG_LOG(TNG_LOG_LEAVE, file.Status() == FILE_NOT_FOUND
@@ -117,8 +119,11 @@ std::uint32_t CTNGFolderMapCollection::Load(const std::u16string& fileName, cons
                                    : u"CTNGFolderMapCollection::Load condition QXTNG_ERROR_NOT_CACHED");
         return QXTNG_ERROR_NOT_CACHED;
     }
+    FileNames taken;
     for (; file.CanReadOn() && count > 0; --count)
-        TakeUpFolder(file, target, bHeaderOnly, bHasTarget, pPathIndex);
+        TakeUpFolder(file, target, bHeaderOnly, bHasTarget, pPathIndex, taken);
+    m_bIndexUnread = file.IsOutOfReach();
+    if (!bHeaderOnly && pPathIndex) AddToIndex(*pPathIndex);
     NoteIndexTime(fileName);
     TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMapCollection::Load");
     return m_pTable->empty() ? QXTNG_ERROR_FILE_READ : QXTNG_SUCCESS;
@@ -126,35 +131,68 @@ std::uint32_t CTNGFolderMapCollection::Load(const std::u16string& fileName, cons
 
 // Reads one folder record, and what is to be loaded of the folder. A folder that cannot be used is dropped.
 void CTNGFolderMapCollection::TakeUpFolder(IndexFile& file, const std::u16string& target, bool bHeaderOnly,
-                                           bool bLoadTarget, TNGPathIndex* pPathIndex) {
+                                           bool bLoadTarget, TNGPathIndex* pPathIndex, FileNames& taken) {
     auto pFolderMap = std::make_unique<CTNGFolderMap>(bHeaderOnly);
+    const auto giveUp = [&] {
+        if (IsTwin(*pFolderMap, taken)) return ForgetTwin(*pFolderMap);
+        GiveUpFolder(*pFolderMap, !bHeaderOnly);
+    };
     try {
         file.ReadRecord(pFolderMap.get());
-        if (file.Status() != FILE_READ_OK) {
+        if (file.Status() != FILE_READ_OK && !pFolderMap->FileDataList->IsOutOfReach()) {
             TNG_LOG(TNG_LOG_INFO, u"CTNGFolderMapCollection::Load condition file Status() != FILE_READ_OK ");
             TNG_LOG(TNG_LOG_LEAVE, u"CTNGFolderMapCollection::Load condition file Status() != FILE_READ_OK");
-            return GiveUpFolder(*pFolderMap, !bHeaderOnly);
+            return giveUp();
         }
         if (!bHeaderOnly) NoteListTime(*pFolderMap);
     } catch (...) {
         TNG_LOG(TNG_LOG_INFO, u"CTNGFolderMapCollection::Load in catch");
-        return GiveUpFolder(*pFolderMap, !bHeaderOnly);
+        return giveUp();
     }
-    if (FindItem(pFolderMap->m_strFolderPath)) return ForgetTwin(*pFolderMap);  // the index lists it twice
-    if (bLoadTarget && pFolderMap->m_strFolderPath == target) {
-        pFolderMap->m_bHeaderOnly = false;
-        const std::uint32_t result =
-            pFolderMap->FileDataList->LoadList(pFolderMap->m_strListFileName, pPathIndex);
-        if (result != QXTNG_SUCCESS) {
-            TNG_LOG(TNG_LOG_INFO, u"CTNGFolderMapCollection::Load condition FileDataList->Load failed");
-            return GiveUpFolder(*pFolderMap, result == QXTNG_ERROR_FILE_READ);
-        }
-        pFolderMap->m_bListLoaded = true;
-        NoteListTime(*pFolderMap);
+    if (IsTwin(*pFolderMap, taken)) return ForgetTwin(*pFolderMap);
+    if (bLoadTarget && pFolderMap->m_strFolderPath == target && !LoadTarget(*pFolderMap, pPathIndex)) return;
+    AddFolder(std::move(pFolderMap), taken);
+}
+
+// False if the folder cannot be used. Without its list, if that is out of reach, it can.
+bool CTNGFolderMapCollection::LoadTarget(CTNGFolderMap& folderMap, TNGPathIndex* pPathIndex) {
+    folderMap.m_bHeaderOnly = false;
+    const std::uint32_t result = folderMap.FileDataList->LoadList(folderMap.m_strListFileName, pPathIndex);
+    if (result != QXTNG_SUCCESS) {
+        TNG_LOG(TNG_LOG_INFO, u"CTNGFolderMapCollection::Load condition FileDataList->Load failed");
+        GiveUpFolder(folderMap, result == QXTNG_ERROR_FILE_READ);
+        return folderMap.FileDataList->IsOutOfReach();
     }
+    folderMap.m_bListLoaded = true;
+    NoteListTime(folderMap);
+    return true;
+}
+
+void CTNGFolderMapCollection::AddFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, FileNames& taken) {
+    taken.insert({pFolderMap->m_strListFileName, pFolderMap->m_strDataFileName});
     const std::u16string key = pFolderMap->m_strFolderPath;
     AddItemByKey(pFolderMap.get(), key);
     pFolderMap.release();
+}
+
+// True if the folder is there already, or one of its files is another folder's: the first one counts.
+bool CTNGFolderMapCollection::IsTwin(const CTNGFolderMap& folderMap, const FileNames& taken) const {
+    return FindItem(folderMap.m_strFolderPath) || taken.contains(folderMap.m_strListFileName) ||
+           taken.contains(folderMap.m_strDataFileName);
+}
+
+void CTNGFolderMapCollection::AddToIndex(TNGPathIndex& pathIndex) const {
+    std::size_t count = 0;
+    ForEach([&](const CTNGFolderMap& folderMap) {
+        count += static_cast<std::size_t>(folderMap.FileDataList->GetCount());
+    });
+    pathIndex.reserve(count);
+    ForEach([&](const CTNGFolderMap& folderMap) {
+        for (int i = 0; i < folderMap.FileDataList->GetCount(); ++i) {
+            CTNGFileData* const pRecord = folderMap.FileDataList->GetAt(i);
+            if (pRecord->m_bDeleted == 0) pathIndex[pRecord->m_strFilePath] = pRecord;
+        }
+    });
 }
 
 std::uint32_t CTNGFolderMapCollection::LoadIndexFile(const std::u16string& path, bool bPathIsFile,
@@ -186,12 +224,28 @@ std::uint32_t CTNGFolderMapCollection::LoadIndexFile(const std::u16string& path,
 std::uint32_t CTNGFolderMapCollection::CheckAndAddNewFolderMap(const std::u16string& indexPath,
                                                                bool* pbAdded) {
     const TNGLockHold hold(GetFolderMapMutex(), true);
-    if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
+    if (hold.IsHeld()) return TakeUpIndex(indexPath, pbAdded);
+    m_bIndexUnread = true;
+    return QXTNG_ERROR_LOCK_FAILED;
+}
+
+// The index is about to be written from memory: what it lists has to be there first.
+bool CTNGFolderMapCollection::MayWriteIndex(const std::u16string& fileName) {
+    bool bAdded = false;
+    return !m_bIndexUnread || TakeUpIndex(CachePath(fileName), &bAdded) == QXTNG_SUCCESS;
+}
+
+std::uint32_t CTNGFolderMapCollection::TakeUpIndex(const std::u16string& indexPath, bool* pbAdded) {
     std::int32_t count = 0;
     std::int32_t bOpened = 0;
     IndexFile file(indexPath, true, &count, &bOpened, false);
-    if (!bOpened) return QXTNG_SUCCESS;
+    m_bIndexUnread = file.IsOutOfReach();
+    if (!bOpened) return m_bIndexUnread ? QXTNG_ERROR_FAILED : QXTNG_SUCCESS;
     *pbAdded = false;
+    FileNames taken;
+    ForEach([&taken](const CTNGFolderMap& folderMap) {
+        taken.insert({folderMap.m_strListFileName, folderMap.m_strDataFileName});
+    });
     for (; file.CanReadOn() && count > 0; --count) {
         try {
             auto pFolderMap = std::make_unique<CTNGFolderMap>(true);
@@ -205,22 +259,22 @@ std::uint32_t CTNGFolderMapCollection::CheckAndAddNewFolderMap(const std::u16str
                         u"FILE_READ_OK");
                 break;
             }
-            TakeUpForeignFolder(std::move(pFolderMap), pbAdded);
+            TakeUpForeignFolder(std::move(pFolderMap), pbAdded, taken);
         } catch (...) {
             TNG_LOG(TNG_LOG_EXCEPTION, u"CTNGFolderMapCollection::CheckAndAddNewFolderMap");
         }
     }
-    return QXTNG_SUCCESS;
+    m_bIndexUnread = file.IsOutOfReach();
+    return m_bIndexUnread ? QXTNG_ERROR_FAILED : QXTNG_SUCCESS;
 }
 
-void CTNGFolderMapCollection::TakeUpForeignFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, bool* pbAdded) {
-    if (FindItem(pFolderMap->m_strFolderPath)) return ForgetTwin(*pFolderMap);
+void CTNGFolderMapCollection::TakeUpForeignFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, bool* pbAdded,
+                                                  FileNames& taken) {
+    if (IsTwin(*pFolderMap, taken)) return ForgetTwin(*pFolderMap);
     Platform::WIN32_FIND_DATAW entry;
     if (!CTNGFileInfo::FindFileData(CachePath(pFolderMap->m_strListFileName).c_str(), &entry, false)) return;
     pFolderMap->m_ftListFile = entry.ftLastWriteTime;
-    const std::u16string key = pFolderMap->m_strFolderPath;
-    AddItemByKey(pFolderMap.get(), key);
-    pFolderMap.release();
+    AddFolder(std::move(pFolderMap), taken);
     *pbAdded = true;
 }
 
@@ -228,6 +282,7 @@ std::uint32_t CTNGFolderMapCollection::SaveFolderMaps(const std::u16string& file
     const TNGLockHold hold(GetFolderMapMutex(), true);
     if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
     try {
+        if (!MayWriteIndex(fileName)) return QXTNG_ERROR_FILE_WRITE;
         SetCacheModifiedTime();  // first, in case that this process is killed at it
         auto count = static_cast<std::int32_t>(m_pTable->size());
         std::int32_t bOpened = 0;
@@ -267,6 +322,7 @@ bool CTNGFolderMapCollection::SaveFolder(IndexFile& file, CTNGFolderMap& folderM
 std::uint32_t CTNGFolderMapCollection::AppendThumbnails(const std::u16string& fileName) {
     if (m_pTable->empty()) return QXTNG_SUCCESS;
     try {
+        if (!MayWriteIndex(fileName)) return QXTNG_ERROR_FILE_WRITE;
         SetCacheModifiedTime();
         auto count = static_cast<std::int32_t>(m_pTable->size());
         std::int32_t bOpened = 0;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_set>
 
 #include "common/TNGCollectionBase2.h"
 #include "common/TNGGuard.h"
@@ -30,8 +31,9 @@ class CTNGFolderMapCollection : public CTNGCollectionBase2<std::u16string, CTNGF
 
     /// Reads the index file in place of what is there, under a write hold that it takes. Lists are loaded of
     /// all folders (no `pPath`), of one (the folder of `pPath`), or of none (`bLoadDirMapOnly`). A damaged
-    /// folder costs that folder alone. QXTNG_ERROR_NOT_CACHED if there is no index file,
-    /// QXTNG_ERROR_FILE_READ if it has no usable folder.
+    /// folder costs that folder alone; one whose list is out of reach is there without it. Live records go
+    /// into `pPathIndex`, if it is given, in place of what it holds. QXTNG_ERROR_NOT_CACHED if there is no
+    /// index file, or it cannot be opened; QXTNG_ERROR_FILE_READ if it has no usable folder.
     std::uint32_t Load(const std::u16string& fileName, const char16_t* pPath, bool bPathIsFile,
                        bool bLoadDirMapOnly, TNGPathIndex* pPathIndex);
 
@@ -42,7 +44,8 @@ class CTNGFolderMapCollection : public CTNGCollectionBase2<std::u16string, CTNGF
                                 TNGPathIndex* pPathIndex);
 
     /// Takes up the folders of the index file that are not there yet and have a list file, under a write hold
-    /// that it takes. `*pbAdded` receives whether there were any.
+    /// that it takes. `*pbAdded` receives whether there were any. QXTNG_ERROR_FAILED if the index file is out
+    /// of reach; it is not written over then.
     std::uint32_t CheckAndAddNewFolderMap(const std::u16string& indexPath, bool* pbAdded);
 
     /// Writes the index file and, with `bSaveLists`, lists that have changed, for about a second; what is
@@ -60,6 +63,9 @@ class CTNGFolderMapCollection : public CTNGCollectionBase2<std::u16string, CTNGF
     /// Deletes the index file.
     static void DeleteIndexFile(const std::u16string& fileName);
 
+    /// True while folders of the index file may be missing here, because it was out of reach.
+    bool IsIndexUnread() const { return m_bIndexUnread; }
+
     bool IsEmpty() const { return m_pTable->empty(); }
 
     /// Calls `work` with each folder map. It must neither add nor remove any.
@@ -75,10 +81,20 @@ class CTNGFolderMapCollection : public CTNGCollectionBase2<std::u16string, CTNGF
   private:
     using IndexFile = CTNGRecordFile<CTNGFolderMap>;
 
+    using FileNames = std::unordered_set<std::u16string>;
+
     void TakeUpFolder(IndexFile& file, const std::u16string& target, bool bHeaderOnly, bool bLoadTarget,
-                      TNGPathIndex* pPathIndex);
-    void TakeUpForeignFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, bool* pbAdded);
+                      TNGPathIndex* pPathIndex, FileNames& taken);
+    bool LoadTarget(CTNGFolderMap& folderMap, TNGPathIndex* pPathIndex);
+    void AddFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, FileNames& taken);
+    void AddToIndex(TNGPathIndex& pathIndex) const;
+    std::uint32_t TakeUpIndex(const std::u16string& indexPath, bool* pbAdded);
+    void TakeUpForeignFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, bool* pbAdded, FileNames& taken);
+    bool IsTwin(const CTNGFolderMap& folderMap, const FileNames& taken) const;
+    bool MayWriteIndex(const std::u16string& fileName);
     bool SaveFolder(IndexFile& file, CTNGFolderMap& folderMap, bool bSaveLists);
+
+    std::atomic<bool> m_bIndexUnread{false};
 
     TNGGuard m_guard;  // of the two fields below
     std::shared_ptr<CTNGMutex> folderMapMutex TNG_GUARDED_BY(m_guard);

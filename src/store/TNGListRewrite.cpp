@@ -139,8 +139,10 @@ TNGListRewrite::Fate TNGListRewrite::Compact(CTNGFileData& record) {
     return fate;
 }
 
-// What the status of a read that failed makes of its record.
+// What the status of a read that failed makes of its record. A file that was not even opened says nothing
+// about its blocks.
 TNGListRewrite::Fate TNGListRewrite::FateOfUnreadable(const CTNGDataFile& file) {
+    if (file.IsOutOfReach()) return Fate::Fail;
     const TNGDataFileStatus eStatus = file.Status();
     return eStatus == DATA_FILE_READ_ERROR || eStatus == DATA_FILE_BAD_TRAILER ? Fate::Drop : Fate::Fail;
 }

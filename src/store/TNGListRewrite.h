@@ -28,10 +28,10 @@ class TNGListRewrite {
     /// True if the pass wrote a list file.
     bool HasNewList() const { return m_bNewList; }
 
-    /// Records that the new list file holds.
     /// Bytes of the new list file.
     std::int64_t ListBytes() const { return m_nListBytes; }
 
+    /// Records that the new list file holds.
     int RecordsWritten() const { return m_nWritten; }
 
   private:

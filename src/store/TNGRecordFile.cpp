@@ -14,6 +14,7 @@
 #include "platform/FileOperations.h"
 #include "platform/Text.h"
 #include "store/TNGFields.h"
+#include "store/TNGOpenError.h"
 #include "store/TNGTemporaryFile.h"
 
 namespace {
@@ -73,9 +74,9 @@ TNGRecordStream::TNGRecordStream(const std::u16string& path, bool bRead, std::in
 }
 
 void TNGRecordStream::OpenForReading(const std::u16string& path, std::int32_t* pCount) {
-    const int error = Platform::_wfopen_s(&m_pFile, path.c_str(), "rb");
-    if (error != 0) {
-        eStatus = error == ENOENT ? FILE_NOT_FOUND : FILE_ACCESS_ERROR;
+    m_nOpenError = Platform::_wfopen_s(&m_pFile, path.c_str(), "rb");
+    if (m_nOpenError != 0) {
+        eStatus = m_nOpenError == ENOENT ? FILE_NOT_FOUND : FILE_ACCESS_ERROR;
     } else if (ReadField(m_pFile, *pCount)) {
         eStatus = FILE_READ_OK;
     }
@@ -86,9 +87,12 @@ void TNGRecordStream::OpenAnew(const std::u16string& path) {
     m_strPath = path;
     m_bCreated = Platform::_wfopen_s(&m_pTarget, path.c_str(), "r+b") == ENOENT;
     if (m_bCreated) {
-        // A trial only: nobody is to find an empty file if this process is killed before it closes this one.
-        Platform::_wfopen_s(&m_pTarget, path.c_str(), "wb");
-        Platform::DeleteFileW(path.c_str());
+        // A trial only, and by another name if that can be had: nobody is to find an empty file if this
+        // process is killed before it closes this one.
+        TNGTemporaryFile trial;
+        trial.Make(FolderOf(path));
+        Platform::_wfopen_s(&m_pTarget, (trial.IsMade() ? trial.Path() : path).c_str(), "wb");
+        if (!trial.IsMade()) Platform::DeleteFileW(path.c_str());
     }
     if (m_pTarget) m_pFile = open_memstream(&m_pContent, &m_nContentBytes);
     if (!m_pFile) {
@@ -127,6 +131,10 @@ bool TNGRecordStream::IsEof() const {
 
 bool TNGRecordStream::CanReadOn() const {
     return m_pFile && feof_unlocked(m_pFile) == 0 && ferror_unlocked(m_pFile) == 0;
+}
+
+bool TNGRecordStream::IsOutOfReach() const {
+    return ::IsOutOfReach(m_nOpenError) || (m_pFile && ferror_unlocked(m_pFile) != 0);
 }
 
 std::int64_t TNGRecordStream::Position() const {

@@ -45,6 +45,9 @@ class TNGRecordStream {
     /// True while there may be more to read: neither the end nor an error has been met.
     bool CanReadOn() const;
 
+    /// True if the file could not be opened or read, though it may be there and whole.
+    bool IsOutOfReach() const;
+
     /// Bytes from the start of the file; -1 if it is not open.
     std::int64_t Position() const;
 
@@ -75,6 +78,7 @@ class TNGRecordStream {
     void DropTarget();
 
     Mode m_eMode = Mode::Read;
+    int m_nOpenError = 0;  // the errno value, of a file to be read
     std::int32_t m_nCount = 0;
 
     // Of a file that is written anew: m_pFile collects its content in memory.

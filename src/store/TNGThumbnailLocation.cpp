@@ -48,9 +48,14 @@ void GetThumbnailLocation(const CTNGFileData& record, const TNGSize& requested, 
     *pTrailerOffset = Sum(*pOffset, behind);
 }
 
-std::int64_t EndOfBlock(const CTNGFileData& record) {
+bool HasBlock(const CTNGFileData& record) {
     const bool bPicture = record.m_eFileType == ASSET_TYPE_IMAGE || record.m_eFileType == ASSET_TYPE_VIDEO;
-    if (!bPicture || record.m_bDeleted != 0 || record.m_nSmallOffset < 0 || record.m_nSmallSize < 0) return 0;
+    const bool bNone = record.m_nSmallOffset == -1 && record.m_nLargeOffset == -1;
+    return bPicture && record.m_bDeleted == 0 && !HasNoThumbnail(record) && !bNone;
+}
+
+std::int64_t EndOfBlock(const CTNGFileData& record) {
+    if (!HasBlock(record) || record.m_nSmallOffset < 0 || record.m_nSmallSize < 0) return 0;
     return std::int64_t{record.m_nSmallOffset} + record.m_nSmallSize + std::int64_t{sizeof(TNGBlockTrailer)};
 }
 

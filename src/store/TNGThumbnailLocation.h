@@ -17,6 +17,9 @@ void SetThumbnailLocations(CTNGFileData& record, bool bNone, std::int32_t offset
 void GetThumbnailLocation(const CTNGFileData& record, const TNGSize& requested, std::int32_t* pOffset,
                           std::int32_t* pSize, std::int32_t* pTrailerOffset);
 
+/// True if a record that is not marked as deleted has thumbnails of its own in the data file.
+bool HasBlock(const CTNGFileData& record);
+
 /// Where the block of a live record ends; 0 if it has none.
 std::int64_t EndOfBlock(const CTNGFileData& record);
 

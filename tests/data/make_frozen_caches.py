@@ -149,6 +149,8 @@ def damaged_lists():
         "list-length-huge": length(2**31 - 1),
         "list-count-high": changed("1.dat", patched(0, struct.pack("<i", 3))),
         "list-count-low": changed("1.dat", patched(0, struct.pack("<i", 1))),
+        "list-data-file-of-another": changed(
+            "1.dat", lambda content: content.replace(text("1.db"), text("2.db"), 1)),
         "list-trailing-bytes": changed("1.dat", lambda content: content + content[4:40]),
         "list-repeated-record": changed("1.dat", lambda content: patched(0, struct.pack("<i", 3))(content)
                                         + content[second:]),

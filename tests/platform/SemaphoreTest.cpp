@@ -174,6 +174,25 @@ TEST(NamedSemaphore, ExistsAsLongAsAnObjectIsOpen) {
     EXPECT_EQ(WaitForSingleObject(first.get(), 0), WAIT_OBJECT_0);
 }
 
+TEST(NamedSemaphore, KeepsApartThoseBeforeAndAfterARemovalOfItsFile) {
+    const LockName name;
+    const Handle before = Open(name.Text().c_str());
+    ASSERT_TRUE(before);
+    fs::remove(name.File());
+    const Handle after = Open(name.Text().c_str());
+    ASSERT_TRUE(after);
+    EXPECT_EQ(WaitForSingleObject(after.get(), 0), WAIT_OBJECT_0);
+    ASSERT_EQ(WaitForSingleObject(before.get(), 0), WAIT_TIMEOUT);
+    std::thread waiter([&] { EXPECT_EQ(WaitForSingleObject(before.get(), INFINITE), WAIT_OBJECT_0); });
+    EXPECT_TRUE(ReleaseSemaphore(after.get()));
+    waiter.join();
+    EXPECT_EQ(WaitForSingleObject(after.get(), 0), WAIT_TIMEOUT);
+    fs::remove(name.File());
+    EXPECT_TRUE(ReleaseSemaphore(before.get())) << "of a file that is gone again";
+    EXPECT_EQ(WaitForSingleObject(after.get(), 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(before.get(), 0), WAIT_TIMEOUT);
+}
+
 TEST(NamedSemaphore, LeavesNoFileWhenAllCloseAtOnce) {
     constexpr int kObjects = 2;
     const LockName name;

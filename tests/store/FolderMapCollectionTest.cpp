@@ -88,7 +88,7 @@ TEST(FolderMapCollection, LoadsInThreeModes) {
         int nA, nB;  // records of the two folders that are loaded
         std::size_t nIndexed;
     } cases[] = {
-        {"all lists", nullptr, false, false, 2, 3, 0},
+        {"all lists", nullptr, false, false, 2, 3, 5},
         {"one folder", u"/b", false, false, 0, 3, 3},
         {"the folder of a file", u"/a/x", true, false, 2, 0, 2},
         {"a folder that is not there", u"/c", false, false, 0, 0, 0},
@@ -135,6 +135,28 @@ TEST(FolderMapCollection, EndsWithTheFileAndTakesTheFirstOfTwins) {
     EXPECT_EQ(maps.FindItem(u"/a")->m_nFileNumber, 1);
     EXPECT_EQ(maps.FindItem(u"/a")->FileDataList->GetCount(), 2);
     EXPECT_EQ(maps.FindItem(u"/b")->FileDataList->GetCount(), 3);
+}
+
+// Of two folders with one pair of files, or one of them, the first counts. The other must not cost it its
+// files.
+TEST(FolderMapCollection, TakesNoFolderWhoseFilesAreAnotherOnes) {
+    const Cache cache;
+    SaveTwoFolders(cache);
+    const auto head = [](const char16_t* pszData, const char16_t* pszList) -> Bytes {
+        return FileBytes().Number(1).Text(u"/c").Text(pszData).Text(pszList).Number(1);
+    };
+    for (const Bytes& twin : {head(u"1.db", u"1.dat"), head(u"2.db", u"1.dat"), head(u"1.db", u"7.dat")}) {
+        cache.Write("DirectoryMap.dat", Index(3, {Head(u"/a", 1), twin, Head(u"/b", 2)}));
+        for (const bool bIndexOnly : {true, false}) {
+            CTNGFolderMapCollection maps;
+            ASSERT_EQ(maps.Load(kIndexName, nullptr, false, bIndexOnly, nullptr), QXTNG_SUCCESS);
+            EXPECT_EQ(Folders(maps, {u"/a", u"/b", u"/c"}), (std::set<std::u16string>{u"/a", u"/b"}));
+            bool bAdded = true;
+            EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("DirectoryMap.dat"), &bAdded), QXTNG_SUCCESS);
+            EXPECT_FALSE(bAdded);
+        }
+        EXPECT_EQ(cache.Names(), (Names{"1.dat", "1.db", "2.dat", "2.db", "DirectoryMap.dat"}));
+    }
 }
 
 TEST(FolderMapCollection, GivesUpAListThatItIsAskedFor) {
@@ -231,7 +253,7 @@ TEST(FolderMapCollection, SavesListsForAboutASecond) {
     AddFolder(maps, u"/c", 3);
     AddFolder(maps, u"/d", 4);
     std::vector<std::pair<TNGFileLock, std::unique_ptr<CTNGAutoMutexPtr>>> holds;
-    for (const char16_t* pszPath : {u"/a", u"/b", u"/c", u"/d"}) {
+    for (const char16_t* pszPath : {u"/c", u"/d"}) {
         CTNGFolderMap* pFolder = maps.FindItem(pszPath);
         pFolder->m_bListDirty = true;
         pFolder->m_nStaleBlocks = 1;
@@ -239,13 +261,14 @@ TEST(FolderMapCollection, SavesListsForAboutASecond) {
         holds.emplace_back(pLock, std::make_unique<CTNGAutoMutexPtr>(pLock.get(), false, 0, true));
     }
     EXPECT_EQ(maps.SaveFolderMaps(kIndexName, true), QXTNG_ERROR_FILE_WRITE);
-    for (const char16_t* pszPath : {u"/a", u"/b", u"/c", u"/d"}) {
+    for (const char16_t* pszPath : {u"/c", u"/d"}) {
         EXPECT_TRUE(maps.FindItem(pszPath)->m_bListDirty) << "it stays to be saved";
         EXPECT_EQ(maps.FindItem(pszPath)->m_nStaleBlocks, 1);
     }
     CTNGFolderMapCollection fresh;
     ASSERT_EQ(fresh.Load(kIndexName, nullptr, false, true, nullptr), QXTNG_SUCCESS);
-    EXPECT_EQ(Folders(fresh, {u"/a", u"/b", u"/c", u"/d"}).size(), 3u) << "but for the one that failed";
+    EXPECT_EQ(Folders(fresh, {u"/a", u"/b", u"/c", u"/d"}).size(), 3u)
+        << "but for the one that failed and has no list yet";
     holds.clear();
     EXPECT_EQ(maps.SaveFolderMaps(kIndexName, true), QXTNG_SUCCESS);
     ASSERT_EQ(fresh.Load(kIndexName, nullptr, false, false, nullptr), QXTNG_SUCCESS);

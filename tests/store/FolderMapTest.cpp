@@ -90,6 +90,9 @@ TEST(FolderMap, SavesItsListAsNeeded) {
     pFolder->m_nStaleBlocks = 1;
     const TNGLockHold hold(pFolder->FileDataList->GetListLock(), true);
     EXPECT_EQ(SaveTo(cache, *pFolder), 0) << "somebody is at its list";
+    EXPECT_FALSE(cache.Read("index").empty()) << "with the list that is there";
+    std::filesystem::remove(cache / "1.dat");
+    EXPECT_EQ(SaveTo(cache, *pFolder), 0);
     EXPECT_EQ(cache.Read("index"), Bytes()) << "no record of it";
     EXPECT_EQ(pFolder->m_nStaleBlocks, 1);
 }

@@ -293,6 +293,8 @@ std::vector<FrozenCache> DamagedLists() {
         LostList("list-length-negative", "!list-length"),
         LongText("list-length-above-limit"),
         LongText("list-length-huge"),
+        KeptList("list-data-file-of-another", "!record-data-file", "one: a.jpg v2 deleted, b.jpg v2",
+                 "one: b.jpg v2"),
         KeptList("list-cut-in-count", "!list-short", "one: empty", "one: empty"),
         KeptList("list-cut-in-path", "!list-truncated", "one: a.jpg v2, b v2 deleted", "one: a.jpg v2"),
         KeptList("list-cut-before-mark", "!list-truncated", "one: a.jpg v2, b.jpg v2 deleted",
