@@ -50,7 +50,8 @@ bool CTNGSharedDataMgr::TakeUpForeignFolders() {
     m_pFolderMaps->SetIndexFileName(m_strIndexFileName);
     if (HasFolderMaps() && !m_pFolderMaps->IsIndexUnread()) return true;
     bool bAdded = false;
-    return m_pFolderMaps->CheckAndAddNewFolderMap(CachePath(m_strIndexFileName), &bAdded) == QXTNG_SUCCESS;
+    return m_pFolderMaps->CheckAndAddNewFolderMap(CachePath(m_strIndexFileName), &bAdded, m_pTable.get()) ==
+           QXTNG_SUCCESS;
 }
 
 CTNGFolderMap* CTNGSharedDataMgr::FindOrMakeFolderMap(const std::u16string& folder, bool* pbNew) {

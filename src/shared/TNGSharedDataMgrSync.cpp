@@ -58,7 +58,8 @@ std::uint32_t CTNGSharedDataMgr::SynchronizeCache(bool* pbModified) {
         *pbModified = true;
         bool bAdded = false;
         // Out of reach: the next look is at it again.
-        if (m_pFolderMaps->CheckAndAddNewFolderMap(indexPath, &bAdded) != QXTNG_SUCCESS) return QXTNG_SUCCESS;
+        if (m_pFolderMaps->CheckAndAddNewFolderMap(indexPath, &bAdded, m_pTable.get()) != QXTNG_SUCCESS)
+            return QXTNG_SUCCESS;
         TNG_LOG(TNG_LOG_INFO, u"CTNGSharedDataMgr::SynchronizeCache, DirectoryMap modified");
     }
     SetCacheModifiedTime();

@@ -1,5 +1,7 @@
 #include "TNGFolderMapCollection.h"
 
+#include "TNGForeignFolders.h"
+
 #include "common/TNGFileInfo.h"
 #include "common/TNGLog.h"
 #include "common/TNGTypes.h"
@@ -43,11 +45,6 @@ bool HasDrive(const std::u16string& folder) {
 
 std::uint32_t DriveType(const std::u16string& folder) {
     return Platform::GetDriveTypeW(folder.empty() ? u"/" : folder.c_str());
-}
-
-// A second folder map of one folder or file goes again, and must not take the lock of the list with it.
-void ForgetTwin(CTNGFolderMap& folderMap) {
-    folderMap.FileDataList->SetListFileName({});
 }
 
 // The limit of time on the lists of a save.
@@ -221,10 +218,10 @@ std::uint32_t CTNGFolderMapCollection::LoadIndexFile(const std::u16string& path,
     return result;
 }
 
-std::uint32_t CTNGFolderMapCollection::CheckAndAddNewFolderMap(const std::u16string& indexPath,
-                                                               bool* pbAdded) {
+std::uint32_t CTNGFolderMapCollection::CheckAndAddNewFolderMap(const std::u16string& indexPath, bool* pbAdded,
+                                                               TNGPathIndex* pPathIndex) {
     const TNGLockHold hold(GetFolderMapMutex(), true);
-    if (hold.IsHeld()) return TakeUpIndex(indexPath, pbAdded);
+    if (hold.IsHeld()) return TakeUpIndex(indexPath, pbAdded, pPathIndex);
     m_bIndexUnread = true;
     return QXTNG_ERROR_LOCK_FAILED;
 }
@@ -232,20 +229,18 @@ std::uint32_t CTNGFolderMapCollection::CheckAndAddNewFolderMap(const std::u16str
 // The index is about to be written from memory: what it lists has to be there first.
 bool CTNGFolderMapCollection::MayWriteIndex(const std::u16string& fileName) {
     bool bAdded = false;
-    return !m_bIndexUnread || TakeUpIndex(CachePath(fileName), &bAdded) == QXTNG_SUCCESS;
+    return !m_bIndexUnread || TakeUpIndex(CachePath(fileName), &bAdded, nullptr) == QXTNG_SUCCESS;
 }
 
-std::uint32_t CTNGFolderMapCollection::TakeUpIndex(const std::u16string& indexPath, bool* pbAdded) {
+std::uint32_t CTNGFolderMapCollection::TakeUpIndex(const std::u16string& indexPath, bool* pbAdded,
+                                                   TNGPathIndex* pPathIndex) {
     std::int32_t count = 0;
     std::int32_t bOpened = 0;
     IndexFile file(indexPath, true, &count, &bOpened, false);
     m_bIndexUnread = file.IsOutOfReach();
     if (!bOpened) return m_bIndexUnread ? QXTNG_ERROR_FAILED : QXTNG_SUCCESS;
     *pbAdded = false;
-    FileNames taken;
-    ForEach([&taken](const CTNGFolderMap& folderMap) {
-        taken.insert({folderMap.m_strListFileName, folderMap.m_strDataFileName});
-    });
+    TNGForeignFolders foreign(*this, pPathIndex);
     for (; file.CanReadOn() && count > 0; --count) {
         try {
             auto pFolderMap = std::make_unique<CTNGFolderMap>(true);
@@ -259,23 +254,16 @@ std::uint32_t CTNGFolderMapCollection::TakeUpIndex(const std::u16string& indexPa
                         u"FILE_READ_OK");
                 break;
             }
-            TakeUpForeignFolder(std::move(pFolderMap), pbAdded, taken);
+            if (!foreign.TakeUp(std::move(pFolderMap), pbAdded)) {
+                m_bIndexUnread = true;
+                return QXTNG_ERROR_FAILED;
+            }
         } catch (...) {
             TNG_LOG(TNG_LOG_EXCEPTION, u"CTNGFolderMapCollection::CheckAndAddNewFolderMap");
         }
     }
     m_bIndexUnread = file.IsOutOfReach();
     return m_bIndexUnread ? QXTNG_ERROR_FAILED : QXTNG_SUCCESS;
-}
-
-void CTNGFolderMapCollection::TakeUpForeignFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, bool* pbAdded,
-                                                  FileNames& taken) {
-    if (IsTwin(*pFolderMap, taken)) return ForgetTwin(*pFolderMap);
-    Platform::WIN32_FIND_DATAW entry;
-    if (!CTNGFileInfo::FindFileData(CachePath(pFolderMap->m_strListFileName).c_str(), &entry, false)) return;
-    pFolderMap->m_ftListFile = entry.ftLastWriteTime;
-    AddFolder(std::move(pFolderMap), taken);
-    *pbAdded = true;
 }
 
 std::uint32_t CTNGFolderMapCollection::SaveFolderMaps(const std::u16string& fileName, bool bSaveLists) {

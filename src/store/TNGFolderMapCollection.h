@@ -44,9 +44,11 @@ class CTNGFolderMapCollection : public CTNGCollectionBase2<std::u16string, CTNGF
                                 TNGPathIndex* pPathIndex);
 
     /// Takes up the folders of the index file that are not there yet and have a list file, under a write hold
-    /// that it takes. `*pbAdded` receives whether there were any. QXTNG_ERROR_FAILED if the index file is out
-    /// of reach; it is not written over then.
-    std::uint32_t CheckAndAddNewFolderMap(const std::u16string& indexPath, bool* pbAdded);
+    /// that it takes. `*pbAdded` receives whether there were any. They take the place of folders that claim
+    /// the same files, or of the same folder with other files: those are forgotten, and leave `pPathIndex`.
+    /// QXTNG_ERROR_FAILED if the index file is out of reach; it is not written over then.
+    std::uint32_t CheckAndAddNewFolderMap(const std::u16string& indexPath, bool* pbAdded,
+                                          TNGPathIndex* pPathIndex);
 
     /// Writes the index file and, with `bSaveLists`, lists that have changed, for about a second; what is
     /// left then stays to be saved. Takes a write hold: saving changes the folder maps. Folders that are not
@@ -88,8 +90,7 @@ class CTNGFolderMapCollection : public CTNGCollectionBase2<std::u16string, CTNGF
     bool LoadTarget(CTNGFolderMap& folderMap, TNGPathIndex* pPathIndex);
     void AddFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, FileNames& taken);
     void AddToIndex(TNGPathIndex& pathIndex) const;
-    std::uint32_t TakeUpIndex(const std::u16string& indexPath, bool* pbAdded);
-    void TakeUpForeignFolder(std::unique_ptr<CTNGFolderMap> pFolderMap, bool* pbAdded, FileNames& taken);
+    std::uint32_t TakeUpIndex(const std::u16string& indexPath, bool* pbAdded, TNGPathIndex* pPathIndex);
     bool IsTwin(const CTNGFolderMap& folderMap, const FileNames& taken) const;
     bool MayWriteIndex(const std::u16string& fileName);
     bool SaveFolder(IndexFile& file, CTNGFolderMap& folderMap, bool bSaveLists);

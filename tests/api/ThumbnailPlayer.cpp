@@ -1,47 +1,97 @@
-// An application that shows thumbnails: thumbnail_player CACHE SEED FOLDER COUNT. It says when it is ready.
-// Told "once", it makes the thumbnails 0.jpg to (COUNT - 1).jpg of the folder in any order, and says how many
-// it got; told "loop", it makes them for ever.
-#include <algorithm>
-#include <iostream>
-#include <random>
-#include <string>
-#include <vector>
+// An application at a cache of real pictures: thumbnail_player CACHE [COMMAND...]. It does what it is told by
+// lines, and answers each by one line: a result code, or what it was asked for. Commands that are given at
+// once have to succeed; before the last one it stops itself, to be killed at it.
+//     show PATH BOX: the number that the thumbnail shows, and where it came from
+//     current PATH: the result, and whether the entry is up to date
+//     accept|update|updatefolder|delete|rmfolder|folder PATH, updateall, shutdown: the exports
+//     work|verify LEDGER SLOT SEED: as one of the players of a random run
+#include <unistd.h>
 
-#include "api/QxTng.h"
-#include "platform/graphics/Image.h"
+#include <csignal>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <sstream>
+
+#include "api/RandomWorker.h"
+#include "api/Thumbnail.h"
+#include "support/CodedPicture.h"
 #include "support/TemporaryFolder.h"
 
 namespace {
 
-bool MakeThumbnail(const std::u16string& path, std::uint32_t box) {
-    Gdiplus::Image* pImage = nullptr;
-    int eOrigin = -1, bDefault = -1;
-    const auto result = QXGenerateThumbnailImageInForeGround(path.c_str(), {box, box}, TNG_SOURCE_DECODE_ONLY,
-                                                             &pImage, &eOrigin, &bDefault);
-    delete pImage;
-    return result == QXTNG_SUCCESS && bDefault == 0;
+using namespace TestSupport;
+
+std::string PathIn(std::istream& in) {
+    std::string path;
+    in >> path;
+    return path;
+}
+
+std::string Show(std::istream& in) {
+    const std::u16string path = TextOf(PathIn(in));
+    std::uint32_t box = 0;
+    in >> box;
+    const Thumbnail shown = Make(TNG_OUTPUT_IMAGE, path, {box, box}, TNG_SOURCE_DECODE_ONLY);
+    return std::to_string(NumberShownBy(shown.pixels)) + ' ' + std::to_string(shown.eOrigin);
+}
+
+std::string Current(std::istream& in) {
+    int bUpToDate = -1;
+    const std::uint32_t result = IsCachedThumbnailUpToDate(TextOf(PathIn(in)).c_str(), &bUpToDate);
+    return std::to_string(result) + ' ' + std::to_string(bUpToDate);
+}
+
+using Command = std::function<std::string(std::istream&)>;
+
+Command OnPath(std::uint32_t (*pExport)(const char16_t*)) {
+    return [=](std::istream& in) { return std::to_string(pExport(TextOf(PathIn(in)).c_str())); };
+}
+
+Command OnCache(std::uint32_t (*pExport)()) {
+    return [=](std::istream&) { return std::to_string(pExport()); };
+}
+
+Command OnLedger(std::string (RandomWorker::*pWork)()) {
+    return [=](std::istream& in) {
+        const std::string path = PathIn(in);
+        int slot = 0;
+        unsigned seed = 0;
+        in >> slot >> seed;
+        return (RandomWorker(path, slot, seed).*pWork)();
+    };
+}
+
+std::string Do(const std::string& line) {
+    static const std::map<std::string, Command> commands = {
+        {"show", Show},
+        {"current", Current},
+        {"accept", OnPath(UpdateFileInfo)},
+        {"update", OnPath(UpdateThumbnail)},
+        {"updatefolder", OnPath(UpdateFolder)},
+        {"updateall", OnCache(UpdateAllOfCache)},
+        {"delete", OnPath(DeleteThumbnail)},
+        {"rmfolder", OnPath(DeleteFolder)},
+        {"folder", OnPath(SetCacheFolder)},
+        {"shutdown", OnCache(ShutDown)},
+        {"work", OnLedger(&RandomWorker::Work)},
+        {"verify", OnLedger(&RandomWorker::Verify)},
+    };
+    std::istringstream in(line);
+    const auto found = commands.find(PathIn(in));
+    return found == commands.end() ? "unknown" : found->second(in);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 5) return 2;
-    std::mt19937 random(static_cast<unsigned>(std::stoul(argv[2])));
-    std::vector<std::u16string> paths;
-    for (int i = 0; i < std::stoi(argv[4]); ++i)
-        paths.push_back(TestSupport::TextOf(std::string(argv[3]) + '/' + std::to_string(i) + ".jpg"));
-    const bool bReady = SetCacheFolder(TestSupport::TextOf(argv[1]).c_str()) == QXTNG_SUCCESS &&
-                        SetCacheEnabled(1) == QXTNG_SUCCESS;
-    std::cout << (bReady ? "ready" : "failed") << std::endl;
-    std::string order;
-    while (std::getline(std::cin, order)) {
-        std::ptrdiff_t nMade = 0;
-        do {
-            std::ranges::shuffle(paths, random);
-            nMade = std::ranges::count_if(paths, [&](const std::u16string& path) {
-                return MakeThumbnail(path, random() % 8 ? 160 : 400);
-            });
-        } while (order == "loop");
-        std::cout << nMade << std::endl;
+    if (argc < 2 || SetCacheFolder(TextOf(argv[1]).c_str()) != QXTNG_SUCCESS || SetCacheEnabled(1) != 0)
+        return 2;
+    for (int i = 2; i < argc; ++i) {
+        if (i + 1 == argc) std::raise(SIGSTOP);
+        if (Do(argv[i]) != "0") _exit(1);
+        if (i + 1 == argc) _exit(0);
     }
+    for (std::string line; std::getline(std::cin, line);)
+        std::cout << Do(line) << std::endl;
 }

@@ -1,8 +1,6 @@
 // Opens a named semaphore and does with it what it is told by lines:
-//     take MILLISECONDS, wait, release: answer with the result
+//     take MILLISECONDS, release: answer with the result
 //     count FILE SLOT: takes it, counts in the ledger and releases it, for ever
-//     die
-#include <csignal>
 #include <cstdint>
 #include <iostream>
 #include <string>
@@ -44,8 +42,6 @@ int main(int argc, char** argv) {
             std::uint32_t milliseconds = 0;
             std::cin >> milliseconds;
             std::cout << Platform::WaitForSingleObject(pSemaphore, milliseconds) << std::endl;
-        } else if (word == "wait") {
-            std::cout << Platform::WaitForSingleObject(pSemaphore, Platform::INFINITE) << std::endl;
         } else if (word == "release") {
             std::cout << Platform::ReleaseSemaphore(pSemaphore) << std::endl;
         } else if (word == "count") {
@@ -53,8 +49,6 @@ int main(int argc, char** argv) {
             std::size_t slot = 0;
             std::cin >> path >> slot;
             Count(pSemaphore, path, slot);
-        } else if (word == "die") {
-            std::raise(SIGKILL);
         }
     }
     Platform::CloseHandle(pSemaphore);

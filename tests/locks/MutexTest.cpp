@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -119,80 +118,6 @@ TEST(Mutex, WithoutASemaphoreNothingIsLocked) {
     EXPECT_EQ(hold.IsLocked(), 0);
 }
 
-// However long the time-out, and whichever kind of hold ends.
-TEST(Mutex, WaitersWakeWhenTheHoldEnds) {
-    for (const TNGLockType held : {TNG_LOCK_READ, TNG_LOCK_WRITE}) {
-        for (const std::uint32_t timeout : {TNG_WAIT_FOREVER, 0x7FFFFFFFu, 20'000u}) {
-            CTNGMutex mutex;
-            ASSERT_EQ(mutex.Lock(held, 0), 1);
-            std::atomic<int> nGot{0};
-            std::vector<std::thread> waiters;
-            for (int i = 0; i < 3; ++i) {
-                waiters.emplace_back([&] {
-                    nGot += mutex.Lock(TNG_LOCK_WRITE, timeout);
-                    std::this_thread::sleep_for(1ms);
-                    mutex.Unlock(false);
-                });
-            }
-            std::this_thread::sleep_for(10ms);
-            EXPECT_EQ(nGot, 0);
-            const auto start = Clock::now();
-            mutex.Unlock(false);
-            for (std::thread& waiter : waiters)
-                waiter.join();
-            EXPECT_EQ(nGot, 3);
-            EXPECT_LT(Clock::now() - start, 900ms) << "sooner than the next look";
-            EXPECT_EQ(mutex.IsLocked(nullptr), 0);
-        }
-    }
-}
-
-TEST(Mutex, ReadersJoinWhatOneOfThemGotFromAnotherProcess) {
-    const LockName name;
-    const OtherProcess player(QXTNG_LOCK_PLAYER, {name.Bytes()});
-    player.Answer();
-    ASSERT_EQ(player.Ask("take 0"), "0");
-    CTNGMutex mutex(name.Text());
-    std::atomic<int> nInside{0};
-    std::vector<std::thread> readers;
-    for (const std::uint32_t timeout : {TNG_WAIT_FOREVER, 20'000u, TNG_WAIT_FOREVER}) {
-        readers.emplace_back([&, timeout] {
-            EXPECT_EQ(mutex.Lock(TNG_LOCK_READ, timeout), 1);
-            ++nInside;
-            while (nInside < 3)
-                std::this_thread::yield();
-            mutex.Unlock(false);
-        });
-    }
-    std::this_thread::sleep_for(20ms);
-    EXPECT_EQ(nInside, 0);
-    EXPECT_EQ(player.Ask("release"), "1");
-    for (std::thread& reader : readers)
-        reader.join();
-    EXPECT_TRUE(IsFree(player));
-}
-
-// Whether a thread waits for another process itself, or behind a thread that does.
-TEST(Mutex, LogsTheSameOfEveryWaitForAnotherProcess) {
-    const LockName name;
-    const OtherProcess player(QXTNG_LOCK_PLAYER, {name.Bytes()});
-    player.Answer();
-    ASSERT_EQ(player.Ask("take 0"), "0");
-    CTNGMutex mutex(name.Text());
-    std::thread waiter([&] {
-        EXPECT_EQ(mutex.Lock(TNG_LOCK_WRITE, 20'000), 1);
-        mutex.Unlock(false);
-    });
-    std::this_thread::sleep_for(20ms);
-    for (const std::uint32_t timeout : {0u, 10u}) {
-        LogCapture log(1u << 2 | 1u << 6);
-        EXPECT_EQ(mutex.Lock(TNG_LOCK_WRITE, timeout), 0);
-        EXPECT_EQ(log.Take(), (Lines{"6 Mutex Lock Failed:", "6 " + name.Bytes()}));
-    }
-    EXPECT_EQ(player.Ask("release"), "1");
-    waiter.join();
-}
-
 // A reader that waits for a writer need not wait for the readers that come before it, too.
 TEST(Mutex, WaitingReadersJoinAReadHold) {
     for (int i = 0; i < 10; ++i) {
@@ -213,56 +138,6 @@ TEST(Mutex, WaitingReadersJoinAReadHold) {
         mutex.Unlock(true);
         reader.join();
         if (HasFailure()) break;
-    }
-}
-
-// Milliseconds that the slowest of some threads waits for a lock that none of them gets; -1 if one does.
-std::int64_t LongestWait(CTNGMutex& mutex, std::uint32_t timeout, const std::function<void()>& meanwhile) {
-    std::atomic<std::int64_t> longest{0};
-    std::atomic<int> nGot{0};
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 4; ++i) {
-        waiters.emplace_back([&] {
-            const auto start = Clock::now();
-            const int got = mutex.Lock(TNG_LOCK_WRITE, timeout);
-            nGot += got;
-            if (got) mutex.Unlock(false);
-            const std::int64_t taken = (Clock::now() - start) / 1ms;
-            for (std::int64_t before = longest; taken > before;)
-                longest.compare_exchange_weak(before, taken);
-        });
-        std::this_thread::sleep_for(2ms);
-    }
-    meanwhile();
-    for (std::thread& waiter : waiters)
-        waiter.join();
-    return nGot == 0 ? longest.load() : -1;
-}
-
-// However many threads wait, and also if another process gets the lock from this one meanwhile.
-TEST(Mutex, WaitsNoMoreThanTwiceTheTimeOut) {
-    constexpr std::uint32_t kTimeout = 400;
-    const LockName name;
-    const OtherProcess player(QXTNG_LOCK_PLAYER, {name.Bytes()});
-    player.Answer();
-    ASSERT_EQ(player.Ask("take 0"), "0");
-    CTNGMutex mutex(name.Text());
-    const std::int64_t longest = LongestWait(mutex, kTimeout, [] {});
-    EXPECT_GE(longest, kTimeout);
-    EXPECT_LT(longest, 2 * kTimeout + kTimeout / 2);
-    ASSERT_EQ(player.Ask("release"), "1");
-    for (int i = 0; i < 20; ++i) {
-        ASSERT_EQ(mutex.Lock(TNG_LOCK_WRITE, 0), 1);
-        player.Tell("wait");
-        const std::int64_t taken = LongestWait(mutex, kTimeout, [&] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(kTimeout * 8 / 10));
-            mutex.Unlock(false);
-        });
-        EXPECT_EQ(player.Answer(), "0");
-        EXPECT_EQ(player.Ask("release"), "1");
-        if (taken < 0) continue;  // a thread of this process was first
-        EXPECT_LT(taken, 2 * kTimeout + kTimeout / 2);
-        break;
     }
 }
 

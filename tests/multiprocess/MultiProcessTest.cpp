@@ -114,6 +114,10 @@ TEST(MultiProcess, EachSeesWhatTheOthersDid) {
             B delete /s/b/2 -> 0; A look /s/b/2 -> -1; A add /s/c/4 4 -> 1; B look /s/c/4 -> 4
             B rmfolder /s/a -> 0; A look /s/a/1 -> -1
             A delete /s/c/4 -> 0; B look /s/c/4 -> -1; B add /s/a/5 5 -> 1; A look /s/a/5 -> 5)"},
+        {"a folder that is given the files of one that another process still knows",
+         R"(A add /s/a/1 1 -> 1; B look /s/a/1 -> 1; B rmfolder /s/a -> 0; B add /s/c/3 3 -> 1
+            B add /s/a/2 2 -> 1; A look /s/c/3 -> 3; A add /s/c/4 4 -> 1; A flush -> 1
+            A look /s/a/2 -> 2; A rmfolder /s/a -> 0; B look /s/c/4 -> 4)"},
         {"its own deletion, which costs it nothing of what is not flushed",
          R"(A add /s/a/1 1 -> 1; A add /s/a/2 2 -> 1; A delete /s/a/1 -> 0; A add /s/a/3 3 -> 1
             B add /s/b/4 4 -> 1; A look /s/b/4 -> 4; A look /s/a/3 -> 3; A flush -> 1; B look /s/a/3 -> 3)"},

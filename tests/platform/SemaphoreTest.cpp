@@ -302,29 +302,6 @@ TEST(NamedSemaphore, NeedsMemoryForItsPage) {
               0);
 }
 
-TEST(NamedSemaphore, HoldEndsWithItsProcess) {
-    const LockName name;
-    const Handle handle = Open(name.Text().c_str());
-    for (const bool bByItself : {false, true}) {
-        const auto late = Shortest([&] {
-            OtherProcess player = StartPlayer(name);
-            player.Answer();
-            ASSERT_EQ(player.Ask("wait"), "0");
-            Clock::time_point killed;
-            std::thread killer([&] {
-                std::this_thread::sleep_for(20ms);
-                killed = Clock::now();
-                if (bByItself) player.Tell("die");
-                if (!bByItself) player.Kill();
-            });
-            EXPECT_EQ(WaitForSingleObject(handle.get(), INFINITE), WAIT_OBJECT_0);
-            killer.join();
-            EXPECT_TRUE(ReleaseSemaphore(handle.get()));
-        });
-        EXPECT_LT(late, 20ms + 100ms);
-    }
-}
-
 // Processes that count under the semaphore are killed wherever they are.
 TEST(NamedSemaphore, SurvivesKillsAtAnyPoint) {
     const LockName name;

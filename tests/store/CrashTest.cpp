@@ -1,16 +1,10 @@
 // Writers that are killed at every system call: what is on disk must be whole, and what a
 // record leads to must be its own thumbnail, or recognisably none.
 #include <gtest/gtest.h>
-#include <sys/ptrace.h>
-#include <sys/wait.h>
-
-#include <cerrno>
-#include <system_error>
 
 #include "common/TNGTypes.h"
+#include "locks/KillAtSystemCall.h"
 #include "store/CacheSteps.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -35,34 +29,6 @@ std::vector<int> PicturesOnDisk(int* pnUnreadable) {
         }
     }
     return numbers;
-}
-
-// A writer that does one thing, and is killed as it enters its nth system call. False if it ended before.
-bool KillAtSystemCall(int n, const fs::path& folder, const char* pszWhat) {
-    const pid_t writer = fork();
-    if (writer < 0) throw std::system_error(errno, std::generic_category(), "fork");
-    if (writer == 0) {
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        execl(QXTNG_CACHE_WRITER, "cache_writer", folder.c_str(), pszWhat, nullptr);
-        _exit(127);
-    }
-    int status = 0;
-    waitpid(writer, &status, 0);
-    for (int stop = SIGTRAP; WIFSTOPPED(status) && stop != SIGSTOP; stop = WSTOPSIG(status)) {
-        ptrace(PTRACE_CONT, writer, nullptr, nullptr);
-        waitpid(writer, &status, 0);
-    }
-    for (int i = 0; WIFSTOPPED(status) && i < 2 * n - 1; ++i) {
-        ptrace(PTRACE_SYSCALL, writer, nullptr, nullptr);
-        waitpid(writer, &status, 0);
-    }
-    if (!WIFSTOPPED(status)) {
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-        return false;
-    }
-    kill(writer, SIGKILL);
-    waitpid(writer, &status, 0);
-    return true;
 }
 
 TEST(Crash, AtEverySystemCallLeavesTheOldOrTheNew) {
@@ -92,7 +58,7 @@ TEST(Crash, AtEverySystemCallLeavesTheOldOrTheNew) {
                 maps.AddItemByKey(pFolder.release(), u"/a");
                 ASSERT_EQ(maps.AppendThumbnails(kIndexName), QXTNG_SUCCESS);
             }
-            bGoesOn = KillAtSystemCall(n, cache / "", c.pszWhat);
+            bGoesOn = TestSupport::KillAtSystemCall(n, QXTNG_CACHE_WRITER, {cache / "", c.pszWhat});
             int nUnreadable = 0;
             const std::vector<int> numbers = PicturesOnDisk(&nUnreadable);
             if (std::string_view(c.pszWhat) == "compact" && (numbers.empty() || nUnreadable)) {

@@ -149,10 +149,12 @@ TEST(FolderMapCollection, TakesNoFolderWhoseFilesAreAnotherOnes) {
         cache.Write("DirectoryMap.dat", Index(3, {Head(u"/a", 1), twin, Head(u"/b", 2)}));
         for (const bool bIndexOnly : {true, false}) {
             CTNGFolderMapCollection maps;
-            ASSERT_EQ(maps.Load(kIndexName, nullptr, false, bIndexOnly, nullptr), QXTNG_SUCCESS);
+            TNGPathIndex index;
+            ASSERT_EQ(maps.Load(kIndexName, nullptr, false, bIndexOnly, &index), QXTNG_SUCCESS);
             EXPECT_EQ(Folders(maps, {u"/a", u"/b", u"/c"}), (std::set<std::u16string>{u"/a", u"/b"}));
             bool bAdded = true;
-            EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("DirectoryMap.dat"), &bAdded), QXTNG_SUCCESS);
+            EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("DirectoryMap.dat"), &bAdded, &index),
+                      QXTNG_SUCCESS);
             EXPECT_FALSE(bAdded);
         }
         EXPECT_EQ(cache.Names(), (Names{"1.dat", "1.db", "2.dat", "2.db", "DirectoryMap.dat"}));
@@ -199,7 +201,7 @@ TEST(FolderMapCollection, TellsAMissingIndexFromOneThatCannotBeOpened) {
     CTNGFolderMapCollection maps;
     EXPECT_EQ(maps.GetFolderMapMutex(), nullptr);
     bool bAdded = true;
-    EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("none"), &bAdded), QXTNG_ERROR_LOCK_FAILED);
+    EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("none"), &bAdded, nullptr), QXTNG_ERROR_LOCK_FAILED);
     TestSupport::LogCapture log(1u << 2);
     EXPECT_EQ(maps.Load(kIndexName, nullptr, false, false, nullptr), QXTNG_ERROR_NOT_CACHED);
     EXPECT_TRUE(log.Has("2 CTNGFolderMapCollection::Load condition eStatus == FILE_NOT_FOUND"));
@@ -215,7 +217,7 @@ TEST(FolderMapCollection, TellsAMissingIndexFromOneThatCannotBeOpened) {
         EXPECT_TRUE(log.Has("2 CTNGFolderMapCollection::Load condition folderMapMutex.IsLocked failed"));
         EXPECT_EQ(maps.LookupFolderMap(u"/a", nullptr), 1) << "the old table stands";
     }
-    EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("none"), &bAdded), QXTNG_SUCCESS);
+    EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("none"), &bAdded, nullptr), QXTNG_SUCCESS);
     EXPECT_TRUE(bAdded) << "not touched without an index file";
 }
 
@@ -224,18 +226,27 @@ TEST(FolderMapCollection, TakesUpFoldersOfOthers) {
     SaveTwoFolders(cache);
     CTNGFolderMapCollection maps;
     maps.SetIndexFileName(kIndexName);
-    CTNGFolderMap* pOwn = AddFolder(maps, u"/a", 7);
-    cache.Write("DirectoryMap.dat", Index(5, {Head(u"/a", 1), Head(u"/gone", 9), Head(u"/b", 2)}));
+    const CTNGFolderMap* const pOwn = AddFolder(maps, u"/own", 7);
+    AddFolder(maps, u"/a", 6);
+    AddFolder(maps, u"/deleted", 2);
+    const auto twin = Head(u"/b", 7);
+    cache.Write("DirectoryMap.dat", Index(5, {Head(u"/a", 1), Head(u"/gone", 9), Head(u"/b", 2), twin}));
     bool bAdded = false;
-    EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("DirectoryMap.dat"), &bAdded), QXTNG_SUCCESS);
+    EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("DirectoryMap.dat"), &bAdded, nullptr),
+              QXTNG_ERROR_FAILED)
+        << "nothing can be forgotten without the path index";
+    TNGPathIndex index;
+    EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("DirectoryMap.dat"), &bAdded, &index), QXTNG_SUCCESS);
     EXPECT_TRUE(bAdded);
     CTNGFolderMap* pFound = nullptr;
     ASSERT_EQ(maps.LookupFolderMap(u"/b", &pFound), 1);
     EXPECT_FALSE(pFound->m_bListLoaded);
     EXPECT_NE(pFound->m_ftListFile.dwHighDateTime, 0u);
-    EXPECT_EQ(maps.FindItem(u"/a"), pOwn) << "what is known is not compared";
+    EXPECT_EQ(maps.FindItem(u"/own"), pOwn) << "it may not be saved yet, and the twin does not count";
+    EXPECT_EQ(maps.FindItem(u"/a")->m_nFileNumber, 1) << "somebody has made it anew";
+    EXPECT_EQ(maps.LookupFolderMap(u"/deleted", nullptr), 0) << "its files are those of another folder";
     EXPECT_EQ(maps.LookupFolderMap(u"/gone", nullptr), 0) << "it has no list file";
-    EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("DirectoryMap.dat"), &bAdded), QXTNG_SUCCESS);
+    EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("DirectoryMap.dat"), &bAdded, &index), QXTNG_SUCCESS);
     EXPECT_FALSE(bAdded);
     std::int32_t number = 3;
     maps.NextFileNumberAfterMaps(&number);

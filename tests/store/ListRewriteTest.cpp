@@ -32,29 +32,6 @@ class Threshold {
     std::uint32_t m_nBefore;
 };
 
-TEST(ListRewrite, LeavesOutMarkedRecords) {
-    const Cache cache;
-    const auto pFolder = NewFolder(u"/p", 1);
-    CTNGFileDataCollection& list = *pFolder->FileDataList;
-    EXPECT_EQ(list.SaveList(false, u"1.db", false), QXTNG_SUCCESS);
-    EXPECT_TRUE(cache.Names().empty()) << "nothing was asked for";
-    for (const char16_t* pszPath : {u"/p/a", u"/p/b", u"/p/c", u"/p/d"})
-        AddPicture(*pFolder, pszPath, 1);
-    const Bytes data = cache.Read("1.db");
-    list.GetAt(1)->m_bDeleted = 1;
-    EXPECT_EQ(list.SaveList(false, u"1.db", true), QXTNG_SUCCESS) << "where there was no file";
-    EXPECT_EQ(LoadedPaths(), (Texts{u"/p/a", u"/p/c", u"/p/d"}));
-    list.GetAt(0)->m_bDeleted = 1;
-    EXPECT_EQ(list.SaveList(false, u"1.db", true), QXTNG_SUCCESS);
-    EXPECT_EQ(LoadedPaths(), (Texts{u"/p/c", u"/p/d"}));
-    EXPECT_EQ(list.GetCount(), 4) << "in memory they stay";
-    EXPECT_EQ(cache.Read("1.db"), data);
-    EXPECT_EQ(cache.Names(), kBothFiles);
-    // The count of records written is no place in the list: the last two are appended once more.
-    EXPECT_EQ(list.AppendNewRecords(), QXTNG_SUCCESS);
-    EXPECT_EQ(LoadedPaths(), (Texts{u"/p/c", u"/p/d", u"/p/c", u"/p/d"}));
-}
-
 TEST(ListRewrite, CompactsToLiveBlocks) {
     const Cache cache;
     const Threshold threshold(1000);
@@ -172,32 +149,6 @@ TEST(ListRewrite, KeepsNewLocationsFromOldTrailers) {
     EXPECT_EQ(nMistaken, 0);
     EXPECT_EQ(nWrong, 0);
     EXPECT_EQ(LoadedPaths().size(), kBlocks - 1u);
-}
-
-TEST(ListRewrite, CompactsWithoutTheListAndWithoutAnything) {
-    const Cache cache;
-    const auto pFolder = NewFolder(u"/p", 1);
-    CTNGFileDataCollection& list = *pFolder->FileDataList;
-    AddPicture(*pFolder, u"/p/a", 1);
-    AddPicture(*pFolder, u"/p/b", 2);
-    ASSERT_EQ(list.AppendNewRecords(), QXTNG_SUCCESS);
-    list.RemoveRecord(u"/p/a");
-    EXPECT_EQ(list.SaveList(true, u"1.db", false), QXTNG_SUCCESS);
-    EXPECT_EQ(ReadThumbnail(*pFolder, *list.GetAt(0), 32), Thumbnail(20, 2));
-    EXPECT_EQ(list.AppendNewRecords(), QXTNG_ERROR_FILE_WRITE) << "the list has the new locations already";
-    EXPECT_EQ(LoadedPaths(), Texts{u"/p/b"});
-
-    std::filesystem::rename(cache / "1.db", cache / "away");
-    const Bytes whole = cache.Read("1.dat");
-    EXPECT_EQ(list.SaveList(true, u"1.db", false), QXTNG_SUCCESS) << "there is nothing to compact";
-    EXPECT_EQ(cache.Read("1.dat"), whole);
-    EXPECT_EQ(list.AppendNewRecords(), QXTNG_SUCCESS) << "the file is written anew";
-    std::filesystem::rename(cache / "away", cache / "1.db");
-
-    list.GetAt(0)->m_bDeleted = 1;
-    EXPECT_EQ(list.SaveList(true, u"1.db", true), QXTNG_SUCCESS);
-    EXPECT_EQ(cache.Read("1.db"), Bytes());
-    EXPECT_EQ(cache.Read("1.dat"), Bytes(4));
 }
 
 TEST(ListRewrite, ACompactionDropsWhatIsDamaged) {

@@ -13,81 +13,6 @@ namespace {
 
 using namespace StoreTest;
 
-TEST(RecordFile, TellsHowFarItCame) {
-    const Cache cache;
-    cache.Write("short", {1, 2, 3});
-    cache.Write("empty", {});
-    cache.Write("three", FileBytes().Number(3));
-    std::filesystem::create_directory(cache / "folder");
-    const struct {
-        const char* pszName;  // null: an empty path
-        bool bRead, bUpdate;
-        std::int32_t opened, count;
-        TNGFileStatus status;
-    } cases[] = {
-        {nullptr, true, false, 0, 7, FILE_NO_PATH},        {nullptr, false, false, 0, 7, FILE_NO_PATH},
-        {"none", true, false, 0, 7, FILE_NOT_FOUND},       {"none/x", true, false, 0, 7, FILE_NOT_FOUND},
-        {"three/x", true, false, 0, 7, FILE_ACCESS_ERROR}, {"short", true, false, 1, 7, FILE_COUNT_ERROR},
-        {"empty", true, false, 1, 7, FILE_COUNT_ERROR},    {"three", true, false, 1, 3, FILE_READ_OK},
-        {"none", false, true, 0, 7, FILE_ACCESS_ERROR},    {"folder", false, true, 0, 7, FILE_ACCESS_ERROR},
-        {"folder", false, false, 0, 7, FILE_ACCESS_ERROR}, {"none/x", false, false, 0, 7, FILE_ACCESS_ERROR},
-        {"empty", false, true, 1, 7, FILE_WRITE_OK},       {"new", false, false, 1, 7, FILE_WRITE_OK},
-    };
-    for (const auto& c : cases) {
-        std::int32_t count = 7, opened = 9;
-        RecordFile file(c.pszName ? cache.Text(c.pszName) : u"", c.bRead, &count, &opened, c.bUpdate);
-        SCOPED_TRACE(std::string(c.pszName ? c.pszName : "") + (c.bRead ? " read" : " write"));
-        EXPECT_EQ(opened, c.opened);
-        EXPECT_EQ(count, c.count);
-        EXPECT_EQ(file.Status(), c.status);
-        EXPECT_EQ(file.IsEof(), c.status == FILE_COUNT_ERROR) << "only a read meets the end";
-        if (c.status == FILE_WRITE_OK) {
-            EXPECT_TRUE(file.Close());
-        }
-    }
-    EXPECT_EQ(cache.Read("new"), Bytes({7, 0, 0, 0}));
-}
-
-TEST(RecordFile, WritesAnewAndAppends) {
-    const Cache cache;
-    cache.Write("list", Bytes(1000, 'x'));
-    CTNGFileData record;
-    record.m_strFilePath = u"a";
-    std::int32_t count = 1, opened = 0;
-    {
-        RecordFile file(cache.Text("list"), false, &count, &opened, false);
-        file.WriteRecord(&record);
-        EXPECT_EQ(file.Status(), FILE_WRITE_OK);
-        EXPECT_EQ(cache.Read("list"), Bytes(1000, 'x')) << "nothing counts before it is closed";
-        EXPECT_TRUE(file.Close());
-    }
-    const Bytes one = cache.Read("list");
-    EXPECT_EQ(one.size(), 4u + 70u) << "nothing of the longer file is left";
-    EXPECT_EQ(one[0], 1);
-    cache.Write("list", FileBytes().Append(one).Append(Bytes(50, 'x')));
-    {
-        count = 2;
-        RecordFile file(cache.Text("list"), false, &count, &opened, true, 74, 1);
-        file.WriteRecord(&record);
-        EXPECT_EQ(file.Position(), 144);
-        EXPECT_TRUE(file.Close());
-        file.WriteRecord(&record);
-        EXPECT_EQ(file.Status(), FILE_ACCESS_ERROR) << "it is closed";
-    }
-    const Bytes two = cache.Read("list");
-    ASSERT_EQ(two.size(), 144u) << "bytes behind the known records are cut off";
-    EXPECT_EQ(two[0], 2);
-    EXPECT_TRUE(std::equal(two.begin() + 74, two.end(), one.begin() + 4));
-
-    RecordFile file(cache.Text("list"), true, &count, &opened, false);
-    CTNGFileData read[3];
-    for (CTNGFileData& target : read)
-        file.ReadRecord(&target);
-    EXPECT_EQ(read[1].m_strFilePath, u"a");
-    EXPECT_EQ(file.Status(), FILE_ACCESS_ERROR) << "there is no third one";
-    EXPECT_TRUE(file.IsEof());
-}
-
 // Small and large content in place of small and large, also where no temporary file can be made.
 TEST(RecordFile, LeavesNothingButTheNewContent) {
     const Cache cache;
@@ -216,26 +141,6 @@ TEST(DataFile, EndsBelowTwoGigabytes) {
     EXPECT_EQ(CTNGDataFile().ReadBlockChecked(path, 1, kMost - 112, 100, kMost - 12, &trailer, buffer.data()),
               0);
     EXPECT_EQ(buffer, bytes);
-}
-
-TEST(DataFile, KeepsTheDateTime) {
-    const Cache cache;
-    CTNGDataFile file;
-    const std::u16string path = cache.Text("CacheUpdateInfo.txt");
-    Platform::FILETIME time{1, 2};
-    EXPECT_EQ(file.ReadDateTime(path, &time), QXTNG_ERROR_FILE_READ);
-    EXPECT_EQ(file.ReadDateTime(path, nullptr), QXTNG_ERROR_FAILED);
-    EXPECT_EQ(file.WriteDateTime(path, nullptr), QXTNG_ERROR_FAILED);
-    EXPECT_EQ(file.WriteDateTime(cache.Text("none/x"), &time), QXTNG_ERROR_FILE_READ);
-    cache.Write("CacheUpdateInfo.txt", Bytes(7));
-    EXPECT_EQ(file.ReadDateTime(path, &time), QXTNG_ERROR_FILE_READ);
-    time = {1, 2};
-    EXPECT_EQ(file.WriteDateTime(path, &time), QXTNG_SUCCESS);
-    EXPECT_EQ(cache.Read("CacheUpdateInfo.txt"), Bytes({1, 0, 0, 0, 2, 0, 0, 0}));
-    time = {};
-    EXPECT_EQ(file.ReadDateTime(path, &time), QXTNG_SUCCESS);
-    EXPECT_EQ(time.dwHighDateTime, 2u);
-    EXPECT_EQ(file.WriteDateTime(u"/dev/full", &time), QXTNG_ERROR_FILE_WRITE);
 }
 
 // Operations on cache files, as long as somebody else holds the lock of the file.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
 #if defined(__x86_64__)
 // The least that a processor must have; below it there are no vectors of four floats with broadcasts.
@@ -162,27 +161,32 @@ namespace Gdiplus {
 namespace {
 
 // Found out here: Highway's own library, which would do it, measures the clock for 8 ms when it is loaded.
-std::vector<ResampleKernels> FindSupported() {
-    std::vector<ResampleKernels> supported;
+// Needs no destructor: threads may still be at work when the process ends.
+struct Supported {
+    ResampleKernels kernels[3];
+    std::size_t count = 0;
+
+    Supported() {
 #if (HWY_TARGETS & HWY_AVX2) && HWY_STATIC_TARGET != HWY_AVX2
-    const bool bAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
-                       __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
-    if (bAvx2) supported.push_back({"AVX2", &N_AVX2::AccumulateRows, &N_AVX2::FilterRow});
+        const bool bAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+                           __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
+        if (bAvx2) kernels[count++] = {"AVX2", &N_AVX2::AccumulateRows, &N_AVX2::FilterRow};
 #endif
 #if (HWY_TARGETS & HWY_SSE4) && HWY_STATIC_TARGET != HWY_SSE4
-    const bool bSse4 =
-        __builtin_cpu_supports("sse4.2") && __builtin_cpu_supports("aes") && __builtin_cpu_supports("pclmul");
-    if (bSse4) supported.push_back({"SSE4", &N_SSE4::AccumulateRows, &N_SSE4::FilterRow});
+        const bool bSse4 = __builtin_cpu_supports("sse4.2") && __builtin_cpu_supports("aes") &&
+                           __builtin_cpu_supports("pclmul");
+        if (bSse4) kernels[count++] = {"SSE4", &N_SSE4::AccumulateRows, &N_SSE4::FilterRow};
 #endif
-    supported.push_back({"baseline", &HWY_STATIC_DISPATCH(AccumulateRows), &HWY_STATIC_DISPATCH(FilterRow)});
-    return supported;
-}
+        kernels[count++] = {"baseline", &HWY_STATIC_DISPATCH(AccumulateRows),
+                            &HWY_STATIC_DISPATCH(FilterRow)};
+    }
+};
 
 }  // namespace
 
 std::span<const ResampleKernels> SupportedKernels() {
-    static const std::vector<ResampleKernels> supported = FindSupported();
-    return supported;
+    static const Supported supported;
+    return {supported.kernels, supported.count};
 }
 
 }  // namespace Gdiplus
