@@ -117,19 +117,19 @@ std::int32_t CopyToPages(const std::vector<std::uint8_t>& bytes, std::uint8_t** 
     return 0;
 }
 
-std::int32_t CopyToHeap(Bitmap& bitmap, std::uint8_t** ppPixels, std::int32_t* pnSize) {
-    const LockedPixels pixels(bitmap, Gdiplus::PixelFormat32bppARGB);
-    if (!pixels.Get()) return IML_FAILED;
-    const std::size_t rowBytes = std::size_t{pixels.Get()->Width} * 4;
-    const std::size_t size = rowBytes * pixels.Get()->Height;
-    if (size > INT32_MAX) return IML_FAILED;
-    auto* pBlock = static_cast<std::uint8_t*>(Platform::HeapAlloc(GetProcessHeap(), 0, size));
-    if (!pBlock) return IML_FAILED;
-    const auto* pFrom = static_cast<const std::uint8_t*>(pixels.Get()->Scan0);
-    for (std::size_t y = 0; y < pixels.Get()->Height; ++y, pFrom += pixels.Get()->Stride)
-        std::memcpy(pBlock + y * rowBytes, pFrom, rowBytes);
-    *ppPixels = pBlock;
-    *pnSize = static_cast<std::int32_t>(size);
+// Straight into the block that is handed out: no copy, and no more fresh memory than that.
+std::int32_t DecodeToHeap(Picture& picture, IMLSize size, std::uint8_t** ppPixels, std::int32_t* pnSize) {
+    const std::size_t rowBytes = std::size_t{size.nWidth} * 4;
+    const std::size_t bytes = rowBytes * size.nHeight;
+    if (bytes > INT32_MAX) return IML_FAILED;
+    const auto release = [](std::uint8_t* pBlock) { HeapFree(GetProcessHeap(), 0, pBlock); };
+    std::unique_ptr<std::uint8_t, decltype(release)> block(
+        static_cast<std::uint8_t*>(Platform::HeapAlloc(GetProcessHeap(), 0, bytes)), release);
+    if (!block) return IML_FAILED;
+    const PixelPlace place{block.get(), static_cast<std::ptrdiff_t>(rowBytes)};
+    if (!picture.DecodeTo(size.nWidth, size.nHeight, Gdiplus::PixelFormat32bppARGB, place)) return IML_FAILED;
+    *ppPixels = block.release();
+    *pnSize = static_cast<std::int32_t>(bytes);
     return 0;
 }
 
@@ -201,8 +201,7 @@ std::int32_t QXConvertCompressedImageToARGBBuffer(const std::uint8_t* pBytes, st
         Picture picture(source);
         if (!picture.IsGood()) return IML_FAILED;
         const IMLSize size = FitInto(picture.Info(), *pSize);
-        const std::unique_ptr<Bitmap> pBitmap = picture.Decode(size.nWidth, size.nHeight);
-        const std::int32_t result = pBitmap ? CopyToHeap(*pBitmap, ppPixels, pnSize) : IML_FAILED;
+        const std::int32_t result = DecodeToHeap(picture, size, ppPixels, pnSize);
         if (result == 0) *pSize = size;
         return result;
     });

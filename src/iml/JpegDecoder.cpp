@@ -10,16 +10,24 @@
 namespace {
 
 constexpr std::size_t kPieceSize = std::size_t{1} << 16;
+// A row that is aligned for vectors libjpeg writes past the caches, for readers that come late. Here it is
+// read at once.
+constexpr std::size_t kMisaligned = 4;
+
 constexpr JOCTET kEndOfImage[] = {0xFF, JPEG_EOI};
+
+// With fewer bytes than this before it, libjpeg decodes a unit of ten blocks slowly.
+constexpr std::size_t kPlenty = std::size_t{10} * 64 * 8;
 
 }  // namespace
 
 JpegDecoder::JpegDecoder(ByteSource& source)
-    : m_piece(static_cast<std::size_t>(std::min<std::uint64_t>(kPieceSize, source.Size()))) {
+    : m_nPieceSize(static_cast<std::size_t>(std::min<std::uint64_t>(kPieceSize, source.Size()))),
+      m_piece(new std::uint8_t[m_nPieceSize + kPlenty]) {
     m_info.err = m_error.Install();
     m_progress.manager.progress_monitor = &CheckScans;
     m_input.pSource = &source;
-    m_input.pPiece = &m_piece;
+    m_input.pDecoder = this;
     m_input.manager.init_source = [](j_decompress_ptr) {};
     m_input.manager.fill_input_buffer = &FillInput;
     m_input.manager.skip_input_data = &SkipInput;
@@ -33,12 +41,12 @@ JpegDecoder::~JpegDecoder() {
 
 boolean JpegDecoder::FillInput(j_decompress_ptr pInfo) {
     Input& input = InputOf(pInfo);
-    std::vector<std::uint8_t>& piece = *input.pPiece;
-    const std::size_t got = input.pSource->ReadAt(input.nOffset, piece.data(), piece.size());
+    JpegDecoder& decoder = *input.pDecoder;
+    const std::size_t got = input.pSource->ReadAt(input.nOffset, decoder.m_piece.get(), decoder.m_nPieceSize);
     input.nOffset += got;
     if (got > 0) {
-        input.manager.next_input_byte = piece.data();
-        input.manager.bytes_in_buffer = got;
+        input.manager.next_input_byte = decoder.m_piece.get();
+        input.manager.bytes_in_buffer = got + decoder.Extend(got);
         return TRUE;
     }
     // The file ends before the picture does. What has been decoded is shown, if there is anything.
@@ -48,17 +56,31 @@ boolean JpegDecoder::FillInput(j_decompress_ptr pInfo) {
     return TRUE;
 }
 
+// Where the whole source is in the piece and ends as it should, more ends of the image behind that one let
+// libjpeg's fast decoder run up to it: a small picture would be decoded slowly in large part.
+std::size_t JpegDecoder::Extend(std::size_t nBytes) {
+    std::uint8_t* const pEnd = m_piece.get() + nBytes;
+    const bool bEnds = nBytes >= sizeof kEndOfImage &&
+                       std::equal(kEndOfImage, kEndOfImage + sizeof kEndOfImage, pEnd - sizeof kEndOfImage);
+    if (nBytes != m_input.pSource->Size() || !bEnds) return 0;
+    for (std::size_t i = 0; i < kPlenty; i += 2) {
+        pEnd[i] = kEndOfImage[0];
+        pEnd[i + 1] = kEndOfImage[1];
+    }
+    return kPlenty;
+}
+
 // libjpeg's fast decoder only runs while there is plenty in the buffer. Between rows, what is left may move
 // to the buffer's start and more be read behind it, so that it never comes to the end of the buffer.
 void JpegDecoder::TopUpInput() {
     jpeg_source_mgr& manager = m_input.manager;
     const bool bAllRead = m_input.nOffset >= m_input.pSource->Size();
-    if (bAllRead || manager.bytes_in_buffer >= m_piece.size() / 2) return;
-    std::memmove(m_piece.data(), manager.next_input_byte, manager.bytes_in_buffer);
-    const std::size_t got = m_input.pSource->ReadAt(m_input.nOffset, m_piece.data() + manager.bytes_in_buffer,
-                                                    m_piece.size() - manager.bytes_in_buffer);
+    if (bAllRead || manager.bytes_in_buffer >= m_nPieceSize / 2) return;
+    std::memmove(m_piece.get(), manager.next_input_byte, manager.bytes_in_buffer);
+    const std::size_t got = m_input.pSource->ReadAt(m_input.nOffset, m_piece.get() + manager.bytes_in_buffer,
+                                                    m_nPieceSize - manager.bytes_in_buffer);
     m_input.nOffset += got;
-    manager.next_input_byte = m_piece.data();
+    manager.next_input_byte = m_piece.get();
     manager.bytes_in_buffer += got;
 }
 
@@ -127,7 +149,8 @@ bool JpegDecoder::Start(const JpegFrame& frame, int nEighths) {
         jpeg_start_decompress(&m_info);
     });
     if (!started) return false;
-    m_decoded.resize(std::size_t{m_info.output_width} * static_cast<std::size_t>(m_info.output_components));
+    m_decoded.resize(std::size_t{m_info.output_width} * static_cast<std::size_t>(m_info.output_components) +
+                     kMisaligned);
     if (m_info.out_color_space == JCS_CMYK) m_row.resize(std::size_t{m_info.output_width} * 3);
     return true;
 }
@@ -135,10 +158,10 @@ bool JpegDecoder::Start(const JpegFrame& frame, int nEighths) {
 const std::uint8_t* JpegDecoder::NextRow() {
     if (m_info.output_scanline >= m_info.output_height) return nullptr;
     TopUpInput();
-    JSAMPROW pRow = m_decoded.data();
+    JSAMPROW pRow = m_decoded.data() + kMisaligned;
     const bool read = RunJpeg(m_error, [this, &pRow] { jpeg_read_scanlines(&m_info, &pRow, 1); });
     if (!read) return nullptr;
-    if (m_row.empty()) return m_decoded.data();
+    if (m_row.empty()) return m_decoded.data() + kMisaligned;
     ConvertCmykRow();
     return m_row.data();
 }
@@ -146,7 +169,7 @@ const std::uint8_t* JpegDecoder::NextRow() {
 // Ink covers paper: each colour is what the ink lets through, times what black lets through.
 void JpegDecoder::ConvertCmykRow() {
     const unsigned inkIsZero = m_info.saw_Adobe_marker ? 0 : 255;  // Adobe's files store paper as 255
-    const std::uint8_t* pFrom = m_decoded.data();
+    const std::uint8_t* pFrom = m_decoded.data() + kMisaligned;
     for (std::size_t i = 0; i < m_row.size(); i += 3, pFrom += 4) {
         const unsigned black = pFrom[3] ^ inkIsZero;
         for (std::size_t c = 0; c < 3; ++c)

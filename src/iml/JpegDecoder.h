@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "ByteSource.h"
@@ -29,6 +30,7 @@ class JpegDecoder {
   private:
     bool ChooseColourSpace();
     void TopUpInput();
+    std::size_t Extend(std::size_t nBytes);
     void ConvertCmykRow();
 
     // libjpeg's side of the source, in pieces of its buffer's size.
@@ -36,7 +38,7 @@ class JpegDecoder {
         jpeg_source_mgr manager;
         ByteSource* pSource;
         std::uint64_t nOffset;
-        std::vector<std::uint8_t>* pPiece;
+        JpegDecoder* pDecoder;
     };
     static Input& InputOf(j_decompress_ptr pInfo) { return *reinterpret_cast<Input*>(pInfo->src); }
     static boolean FillInput(j_decompress_ptr pInfo);
@@ -54,7 +56,8 @@ class JpegDecoder {
     JpegError m_error;
     Progress m_progress{};
     Input m_input{};
-    std::vector<std::uint8_t> m_piece;
-    std::vector<std::uint8_t> m_decoded;  // a row as libjpeg gives it
-    std::vector<std::uint8_t> m_row;      // the same in B, G, R, if that is another
+    std::size_t m_nPieceSize;                 // bytes of the source at a time
+    std::unique_ptr<std::uint8_t[]> m_piece;  // those, and room behind them
+    std::vector<std::uint8_t> m_decoded;      // a row as libjpeg gives it
+    std::vector<std::uint8_t> m_row;          // the same in B, G, R, if that is another
 };

@@ -31,6 +31,13 @@ std::unique_ptr<Gdiplus::Bitmap> Picture::Decode(std::uint32_t width, std::uint3
     return sink.Finish();
 }
 
+bool Picture::DecodeTo(std::uint32_t width, std::uint32_t height, Gdiplus::PixelFormat format,
+                       const PixelPlace& place) {
+    RowSink sink(width, height, format, place);
+    m_pCodec->decode(m_source, m_info, sink);
+    return sink.Complete();
+}
+
 bool Picture::FindThumbnail(ByteRange& thumbnail) {
     return m_pCodec->findThumbnail && m_pCodec->findThumbnail(m_source, thumbnail);
 }

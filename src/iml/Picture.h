@@ -23,6 +23,11 @@ class Picture {
     /// An image of exactly this size; (0, 0) stands for the picture's own.
     std::unique_ptr<Gdiplus::Bitmap> Decode(std::uint32_t width, std::uint32_t height);
 
+    /// The same in a format and at a place of the caller's. False if there is no picture; what is there then
+    /// is undefined.
+    bool DecodeTo(std::uint32_t width, std::uint32_t height, Gdiplus::PixelFormat format,
+                  const PixelPlace& place);
+
     /// Where the embedded thumbnail is, if there is one.
     bool FindThumbnail(ByteRange& thumbnail);
 

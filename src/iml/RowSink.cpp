@@ -13,6 +13,9 @@ using namespace Gdiplus;
 RowSink::RowSink(std::uint32_t width, std::uint32_t height, PixelFormat format)
     : m_nWidth(width), m_nHeight(height), m_eFormat(format) {}
 
+RowSink::RowSink(std::uint32_t width, std::uint32_t height, PixelFormat format, const PixelPlace& place)
+    : m_nWidth(width), m_nHeight(height), m_eFormat(format), m_place(place) {}
+
 RowSink::~RowSink() = default;
 
 void RowSink::Begin(const RowShape& shape) {
@@ -27,15 +30,21 @@ void RowSink::Discard() {
     m_shape = {};
 }
 
-void RowSink::Prepare() {
-    const std::uint32_t width = m_nWidth != 0 ? m_nWidth : m_shape.width;
-    const std::uint32_t height = m_nHeight != 0 ? m_nHeight : m_shape.height;
+PixelPlace RowSink::MakeBitmap(std::uint32_t width, std::uint32_t height) {
     m_pBitmap = std::make_unique<Bitmap>(static_cast<int>(width), static_cast<int>(height), m_eFormat);
     BitmapData pixels;
     if (m_pBitmap->LockBits(nullptr, ImageLockModeWrite, m_eFormat, &pixels) != Ok) throw std::bad_alloc();
-    m_nStride = pixels.Stride;
-    m_pFirstRow = static_cast<std::uint8_t*>(pixels.Scan0);
+    const PixelPlace place{static_cast<std::uint8_t*>(pixels.Scan0), pixels.Stride};
     m_pBitmap->UnlockBits(&pixels);  // the pixels are the bitmap's own and stay where they are
+    return place;
+}
+
+void RowSink::Prepare() {
+    const std::uint32_t width = m_nWidth != 0 ? m_nWidth : m_shape.width;
+    const std::uint32_t height = m_nHeight != 0 ? m_nHeight : m_shape.height;
+    const PixelPlace place = m_place.pTopRow ? m_place : MakeBitmap(width, height);
+    m_nStride = place.nStride;
+    m_pFirstRow = place.pTopRow;
     if (m_shape.bottomUp) {
         m_pFirstRow += static_cast<std::ptrdiff_t>(height - 1) * m_nStride;
         m_nStride = -m_nStride;
@@ -69,13 +78,17 @@ void RowSink::AddRow(const std::uint8_t* pRow) {
 }
 
 std::unique_ptr<Bitmap> RowSink::Finish() {
-    if (m_nRowsTaken == 0) return nullptr;
-    if (m_pResampler && m_nRowsTaken < m_shape.height) {
+    return Complete() ? std::move(m_pBitmap) : nullptr;
+}
+
+bool RowSink::Complete() {
+    if (m_nRowsTaken == 0) return false;
+    if (m_nRowsTaken < m_shape.height) {
         const std::uint8_t background = m_shape.format == PixelFormat24bppRGB ? 0xFF : 0;
         const std::vector<std::uint8_t> blank(std::size_t{m_shape.width} * BytesPerPixel(m_shape.format),
                                               background);
-        for (; m_nRowsTaken < m_shape.height; ++m_nRowsTaken)
-            m_pResampler->AddRow(blank.data());
+        while (m_nRowsTaken < m_shape.height)
+            AddRow(blank.data());
     }
-    return std::move(m_pBitmap);
+    return true;
 }

@@ -24,12 +24,21 @@ struct RowShape {
     bool bottomUp = false;
 };
 
+/// Where the pixels of an image go.
+struct PixelPlace {
+    std::uint8_t* pTopRow = nullptr;
+    std::ptrdiff_t nStride = 0;  // bytes from a row to the one below
+};
+
 /// Takes the rows of a picture from its decoder and makes an image of a given size of them. No memory is
 /// taken before the first row has come, so a header that promises too much costs nothing.
 class RowSink {
   public:
     /// The image gets this size and format, in pixels; (0, 0) stands for the size of the rows.
     RowSink(std::uint32_t width, std::uint32_t height, Gdiplus::PixelFormat format);
+
+    /// The pixels go to a place of the caller's, and the size is given.
+    RowSink(std::uint32_t width, std::uint32_t height, Gdiplus::PixelFormat format, const PixelPlace& place);
     ~RowSink();
     RowSink(const RowSink&) = delete;
     RowSink& operator=(const RowSink&) = delete;
@@ -51,15 +60,20 @@ class RowSink {
     /// Rows that have come.
     std::uint32_t RowsTaken() const { return m_nRowsTaken; }
 
-    /// The image; what has not come is white or transparent. Null if no row has come.
+    /// Ends the picture: what has not come is white or transparent. False if no row has come.
+    bool Complete();
+
+    /// The same; the image, or null. For a sink without a place of the caller's.
     std::unique_ptr<Gdiplus::Bitmap> Finish();
 
   private:
     void Prepare();
+    PixelPlace MakeBitmap(std::uint32_t width, std::uint32_t height);
 
     std::uint32_t m_nWidth;
     std::uint32_t m_nHeight;
     Gdiplus::PixelFormat m_eFormat;
+    const PixelPlace m_place{};  // the caller's
     RowShape m_shape;
     std::uint32_t m_nRowsTaken = 0;
     std::unique_ptr<Gdiplus::Bitmap> m_pBitmap;
