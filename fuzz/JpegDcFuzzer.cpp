@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "iml/ByteSource.h"
-#include "iml/JpegDcDecode.h"
-#include "iml/JpegError.h"
-#include "iml/JpegSegments.h"
+#include "iml/jpeg/JpegDcDecode.h"
+#include "iml/jpeg/JpegError.h"
+#include "iml/jpeg/JpegSegments.h"
 #include "iml/RowSink.h"
 #include "platform/graphics/Image.h"
 

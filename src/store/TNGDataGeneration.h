@@ -4,22 +4,22 @@
 #include <cstdint>
 #include <memory>
 
-#include "store/TNGFolderFileKeys.h"
+#include "store/TNGFolderFiles.h"
 
 /// Says whether the data file of a folder is still the one that locations were read for: a compaction puts
 /// another in its place, in which they lead to other pictures.
 class TNGDataGeneration {
   public:
     TNGDataGeneration() = default;
-    explicit TNGDataGeneration(const TNGFolderFileKeys& keys)
-        : m_pCounter(keys.m_pDataGeneration), m_nSeen(m_pCounter->load()) {}
+    explicit TNGDataGeneration(const TNGFolderFiles& files)
+        : m_pCounter(files.m_pDataGeneration), m_nSeen(m_pCounter->load()) {}
 
     /// To be asked when the file has been read, or under a lock that a compaction needs, too.
     bool IsCurrent() const { return m_pCounter && m_pCounter->load() == m_nSeen; }
 
     /// The same, and it is the data file of this folder.
-    bool IsCurrentOf(const TNGFolderFileKeys& keys) const {
-        return m_pCounter == keys.m_pDataGeneration && IsCurrent();
+    bool IsCurrentOf(const TNGFolderFiles& files) const {
+        return m_pCounter == files.m_pDataGeneration && IsCurrent();
     }
 
   private:

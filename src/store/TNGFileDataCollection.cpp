@@ -7,7 +7,6 @@
 #include "locks/TNGLockHold.h"
 #include "store/TNGCachePaths.h"
 #include "store/TNGFields.h"
-#include "store/TNGFolderMap.h"
 #include "store/TNGListRewrite.h"
 #include "store/TNGRecordFile.h"
 #include "store/TNGThumbnailLocation.h"
@@ -18,16 +17,16 @@ constexpr std::int64_t kLeastRecordBytes = 60;  // version 1, with empty texts
 
 }  // namespace
 
-CTNGFileDataCollection::CTNGFileDataCollection(CTNGFolderMap* pFolderMap, const TNGFolderFileKeys& keys)
-    : m_pFolderMap(pFolderMap), m_keys(keys) {}
+CTNGFileDataCollection::CTNGFileDataCollection(CTNGFolderMap* pFolderMap, const TNGFolderFiles& files)
+    : m_pFolderMap(pFolderMap), m_files(files) {}
 
 CTNGFileDataCollection::~CTNGFileDataCollection() {
-    if (!m_strListFileName.empty()) GetFileLockRegistry().RemoveFileLock(m_keys.m_nListFileKey, true);
+    if (!m_strListFileName.empty()) GetFileLockRegistry().RemoveFileLock(m_files.m_nListFileKey, true);
 }
 
 TNGFileLock CTNGFileDataCollection::GetListLock() const {
     if (m_strListFileName.empty()) return nullptr;
-    return GetFileLockRegistry().GetFileLock(m_keys.m_nListFileKey, true);
+    return GetFileLockRegistry().GetFileLock(m_files.m_nListFileKey, true);
 }
 
 void CTNGFileDataCollection::AddItem(std::unique_ptr<CTNGFileData> pRecord) {
@@ -113,7 +112,7 @@ void CTNGFileDataCollection::FindBlocksEnd() {
 // The name of a data file in a record may be damaged: it must not lead to another file.
 void CTNGFileDataCollection::DropForeignBlocks() {
     for (CTNGFileData* pRecord : *m_pItems) {
-        if (HasBlock(*pRecord) && pRecord->m_strDataFileName != m_pFolderMap->m_strDataFileName)
+        if (HasBlock(*pRecord) && pRecord->m_strDataFileName != m_files.m_strDataFileName)
             pRecord->m_bDeleted = 1;
     }
 }
@@ -122,7 +121,7 @@ void CTNGFileDataCollection::DropForeignBlocks() {
 bool CTNGFileDataCollection::DropLostBlocks() {
     if (m_nBlocksEnd == 0) return false;
     Platform::WIN32_FIND_DATAW entry;
-    CTNGFileInfo::FindFileData(CachePath(m_pFolderMap->m_strDataFileName).c_str(), &entry, false);
+    CTNGFileInfo::FindFileData(CachePath(m_files.m_strDataFileName).c_str(), &entry, false);
     const auto end = static_cast<std::int64_t>(std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow);
     if (end >= m_nBlocksEnd) return false;
     for (CTNGFileData* pRecord : *m_pItems) {
@@ -227,7 +226,7 @@ std::uint32_t CTNGFileDataCollection::SaveList(bool bCompact, const std::u16stri
     if (!bCompact && !bRewrite) return QXTNG_SUCCESS;
     const TNGLockHold hold(GetListLock(), true);
     if (!hold.IsHeld()) return QXTNG_ERROR_LOCK_FAILED;
-    TNGListRewrite rewrite(*m_pItems, m_keys, CachePath(m_strListFileName), dataFileName);
+    TNGListRewrite rewrite(*m_pItems, m_files, CachePath(m_strListFileName), dataFileName);
     m_nLastSaved = -1;
     m_nSavedBytes = -1;
     const std::uint32_t result = rewrite.Run(bCompact, bRewrite);
@@ -247,8 +246,8 @@ void CTNGFileDataCollection::ResetList(bool bDeleteFile) {
         ClearItems();
     }
     if (bDeleteFile) {
-        m_pFolderMap->DeleteListFile();
-        GetFileLockRegistry().RemoveFileLock(m_keys.m_nListFileKey, true);
+        m_files.DeleteListFile();
+        GetFileLockRegistry().RemoveFileLock(m_files.m_nListFileKey, true);
     }
     m_nLastSaved = -1;
 }

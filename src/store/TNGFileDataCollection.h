@@ -11,7 +11,7 @@
 #include "locks/TNGFileLockRegistry.h"
 #include "store/TNGCollectionBase.h"
 #include "store/TNGFileData.h"
-#include "store/TNGFolderFileKeys.h"
+#include "store/TNGFolderFiles.h"
 
 class CTNGFolderMap;
 
@@ -23,8 +23,8 @@ using TNGPathIndex = std::unordered_map<std::u16string, CTNGFileData*>;
 /// The format of the list file stands in docs/cache-format.md.
 class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
   public:
-    /// `pFolderMap` owns the collection and `keys`.
-    CTNGFileDataCollection(CTNGFolderMap* pFolderMap, const TNGFolderFileKeys& keys);
+    /// `pFolderMap` owns the collection and `files`.
+    CTNGFileDataCollection(CTNGFolderMap* pFolderMap, const TNGFolderFiles& files);
     ~CTNGFileDataCollection() override;
 
     void SetListFileName(const std::u16string& name) { m_strListFileName = name; }
@@ -110,7 +110,7 @@ class CTNGFileDataCollection : public CTNGCollectionBase<CTNGFileData> {
     bool m_bOutOfReach = false;
     std::u16string m_strListFileName;
     CTNGFolderMap* m_pFolderMap;  // the owner
-    const TNGFolderFileKeys& m_keys;
+    const TNGFolderFiles& m_files;
 
     mutable TNGGuard m_guard;  // of the fields below
     mutable bool m_bIndexed TNG_GUARDED_BY(m_guard) = false;

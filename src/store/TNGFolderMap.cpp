@@ -60,17 +60,6 @@ void CTNGFolderMap::MakeKeys() {
     m_nDataFileKey = KeyOf(m_strDataFileName);
 }
 
-bool CTNGFolderMap::DeleteDataFile() const {
-    // A damaged index may name anything; only what can be a file of the cache is deleted as one.
-    return m_strDataFileName.ends_with(u".db") &&
-           DeleteCacheFile(CachePath(m_strDataFileName), m_nDataFileKey, false, TNG_LOCK_TIMEOUT_MS);
-}
-
-bool CTNGFolderMap::DeleteListFile() const {
-    return m_strListFileName.ends_with(u".dat") &&
-           DeleteCacheFile(CachePath(m_strListFileName), m_nListFileKey, true, TNG_LOCK_TIMEOUT_MS);
-}
-
 bool CTNGFolderMap::ReadRecord(std::FILE* pFile) {
     std::u16string name;
     if (!ReadText(pFile, m_strFolderPath) || !ReadText(pFile, name)) return false;

@@ -8,7 +8,7 @@
 
 #include "platform/Time.h"
 #include "store/TNGFileDataCollection.h"
-#include "store/TNGFolderFileKeys.h"
+#include "store/TNGFolderFiles.h"
 
 /// Version of a folder record in the index file. Stored: the value never changes.
 inline constexpr std::uint32_t FOLDER_MAP_CURRENT_VERSION = 1;
@@ -16,7 +16,7 @@ inline constexpr std::uint32_t FOLDER_MAP_CURRENT_VERSION = 1;
 /// One source folder that has thumbnails in the cache: the names of its two files, its records if they are
 /// loaded, and what is to be saved. Its record in the index file stands in docs/cache-format.md. It has no
 /// lock of its own; the collection's is held around every use.
-class CTNGFolderMap : public TNGFolderFileKeys {
+class CTNGFolderMap : public TNGFolderFiles {
   public:
     /// With `bHeaderOnly`, Load() and Save() handle the folder record alone, and not the list.
     explicit CTNGFolderMap(bool bHeaderOnly);
@@ -35,10 +35,6 @@ class CTNGFolderMap : public TNGFolderFileKeys {
     /// Works the keys of both files out from their names and the cache folder.
     void MakeKeys();
 
-    /// Delete a file of the folder under the write hold of its lock, for which they wait at most a second.
-    bool DeleteDataFile() const;
-    bool DeleteListFile() const;
-
     /// What the list file lacks: a new record, which an append brings, or a change that only a rewrite does.
     /// NoteAppended() and NoteRewritten() say which of them has been done; an append may have left out
     /// records that are still being made. These may be called without the collection's lock.
@@ -49,9 +45,7 @@ class CTNGFolderMap : public TNGFolderFileKeys {
 
     bool m_bHeaderOnly;
     std::uint32_t m_nVersion = 0;
-    std::u16string m_strFolderPath;    // the folder's key; no separator at its end
-    std::u16string m_strDataFileName;  // bare names
-    std::u16string m_strListFileName;
+    std::u16string m_strFolderPath;         // the folder's key; no separator at its end
     std::int32_t m_nFileNumber = 0;         // the number in both names
     Platform::FILETIME m_ftListFile;        // of the list file when this process last read or wrote it
     std::atomic<bool> m_bListDirty{false};  // the list file does not hold all that the list does

@@ -12,7 +12,7 @@
 #include "platform/Streams.h"
 #include "store/TNGCachePaths.h"
 #include "store/TNGDateTimeFile.h"
-#include "store/TNGFolderFileKeys.h"
+#include "store/TNGFolderFiles.h"
 #include "store/TNGRecordFile.h"
 #include "store/TNGThumbnailLocation.h"
 
@@ -42,10 +42,10 @@ bool IsSameState(const CTNGFileData& a, const CTNGFileData& b) {
 
 }  // namespace
 
-TNGListRewrite::TNGListRewrite(const std::vector<CTNGFileData*>& records, const TNGFolderFileKeys& keys,
+TNGListRewrite::TNGListRewrite(const std::vector<CTNGFileData*>& records, const TNGFolderFiles& files,
                                const std::u16string& listPath, const std::u16string& dataFileName)
     : m_records(records),
-      m_keys(keys),
+      m_files(files),
       m_strListPath(listPath),
       m_strDataFileName(dataFileName),
       m_strDataPath(CachePath(dataFileName)),
@@ -70,14 +70,14 @@ std::uint32_t TNGListRewrite::RunPass(bool bCompact, bool bRewrite) {
 // Under the lock of the data file, so that no block is appended to a file that goes, and no block is read by
 // locations of the other file.
 std::uint32_t TNGListRewrite::TakePlace(bool bCompact) {
-    const TNGFileLock pLock = GetFileLockRegistry().GetFileLock(m_keys.m_nDataFileKey, false);
+    const TNGFileLock pLock = GetFileLockRegistry().GetFileLock(m_files.m_nDataFileKey, false);
     const CTNGAutoMutexPtr hold(bCompact ? pLock.get() : nullptr, true, TNG_LOCK_TIMEOUT_MS, bCompact);
     if (bCompact && (!hold.IsLocked() || SizeOfFile(m_strDataPath) != m_nDataBytes))
         return QXTNG_ERROR_FAILED;
     // Announced first: whoever comes after this process has been killed must look at the files again.
     SetCacheModifiedTime();
     if (m_bNewList && !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
-    if (bCompact) ++*m_keys.m_pDataGeneration;
+    if (bCompact) ++*m_files.m_pDataGeneration;
     if (bCompact && !m_newData.Replace(m_strDataPath)) return QXTNG_ERROR_FILE_WRITE;
     if (bCompact) Publish();
     return QXTNG_SUCCESS;
@@ -155,7 +155,7 @@ TNGListRewrite::Fate TNGListRewrite::CopyThumbnailBlock(CTNGFileData& record, bo
     if (!m_newData.IsMade()) return Fate::Fail;
 
     CTNGDataFile file;
-    const std::uint32_t key = m_keys.m_nDataFileKey;
+    const std::uint32_t key = m_files.m_nDataFileKey;
     std::vector<std::uint8_t> extraLarge(bExtraLarge ? static_cast<std::size_t>(record.m_nExtraLargeSize)
                                                      : 0);
     std::vector<std::uint8_t> large(static_cast<std::size_t>(record.m_nLargeSize));
@@ -203,7 +203,7 @@ bool TNGListRewrite::IsOldTrailerAt(std::int64_t nOffset, bool* pbTrailer) {
     *pbTrailer = false;
     if (nOffset + std::int64_t{sizeof found} > m_nDataBytes) return true;
     std::uint8_t bytes[sizeof found];
-    if (CTNGDataFile().ReadBlock(m_strDataPath, m_keys.m_nDataFileKey, static_cast<std::int32_t>(nOffset),
+    if (CTNGDataFile().ReadBlock(m_strDataPath, m_files.m_nDataFileKey, static_cast<std::int32_t>(nOffset),
                                  sizeof bytes, bytes) != 0) {
         return false;
     }

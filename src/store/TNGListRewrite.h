@@ -8,7 +8,7 @@
 #include "store/TNGFileData.h"
 #include "store/TNGTemporaryFile.h"
 
-struct TNGFolderFileKeys;
+struct TNGFolderFiles;
 template <typename Record>
 class CTNGRecordFile;
 
@@ -18,7 +18,7 @@ class CTNGRecordFile;
 /// The list lock is held by the caller.
 class TNGListRewrite {
   public:
-    TNGListRewrite(const std::vector<CTNGFileData*>& records, const TNGFolderFileKeys& keys,
+    TNGListRewrite(const std::vector<CTNGFileData*>& records, const TNGFolderFiles& files,
                    const std::u16string& listPath, const std::u16string& dataFileName);
 
     /// A TNGResult. With `bCompact` the blocks of live pictures and videos go to a new data file; with
@@ -58,7 +58,7 @@ class TNGListRewrite {
     void Publish();
 
     const std::vector<CTNGFileData*>& m_records;
-    const TNGFolderFileKeys& m_keys;
+    const TNGFolderFiles& m_files;
     std::u16string m_strListPath;
     std::u16string m_strDataFileName;
     std::u16string m_strDataPath;

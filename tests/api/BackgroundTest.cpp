@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <random>
 #include <span>
 #include <stdexcept>
@@ -349,14 +350,34 @@ TEST(Background, TheCacheMayBeDisabledDuringADecode) {
     }
 }
 
+// A folder for the process of a death test, which runs the beginning of the test, too, and cleans up nothing.
+class SharedFolder {
+  public:
+    SharedFolder() {
+        if (std::getenv(kName)) return;
+        m_own.emplace();
+        setenv(kName, m_own->Path().c_str(), 1);
+    }
+    ~SharedFolder() {
+        if (m_own) unsetenv(kName);
+    }
+    SharedFolder(const SharedFolder&) = delete;
+    SharedFolder& operator=(const SharedFolder&) = delete;
+
+    fs::path Path() const { return std::getenv(kName); }
+
+  private:
+    static constexpr const char* kName = "QXTNG_TEST_CACHE";
+    std::optional<TemporaryFolder> m_own;
+};
+
 // What has been called back for is saved, though it is less than a batch; what is at work does no harm.
 TEST(BackgroundDeathTest, AProcessMayEndWithWorkersAtWork) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
-    const TemporaryFolder folder;
-    setenv("QXTNG_TEST_CACHE", folder.Path().c_str(), 0);  // the process runs this, too
+    const SharedFolder folder;
     EXPECT_EXIT(
         {
-            SetCacheFolder(TextOf(std::getenv("QXTNG_TEST_CACHE")).c_str());
+            SetCacheFolder(TextOf(folder.Path()).c_str());
             SetCacheEnabled(1);
             // What callbacks use is there to the last: statics go before the library.
             static Request* const pRequests = new Request[3];
@@ -372,10 +393,9 @@ TEST(BackgroundDeathTest, AProcessMayEndWithWorkersAtWork) {
             std::exit(0);
         },
         testing::ExitedWithCode(0), "");
-    const CacheCheck::CacheReport report = CacheCheck::CheckCache(std::getenv("QXTNG_TEST_CACHE"));
+    const CacheCheck::CacheReport report = CacheCheck::CheckCache(folder.Path());
     EXPECT_EQ(report.errors, 0u);
     EXPECT_GE(report.statistics.live, 2u);
-    unsetenv("QXTNG_TEST_CACHE");
 }
 
 // Ends the process with something to do after all libraries are gone: buffers are written last.
@@ -392,7 +412,7 @@ TEST(BackgroundDeathTest, AProcessMayEndWithWorkersAtWork) {
 // Nothing is taken from under the application's own threads.
 TEST(BackgroundDeathTest, AProcessMayEndWithCallsUnderWay) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";  // a forked child takes nothing down
-    const TemporaryFolder folder;
+    const SharedFolder folder;
     for (int i = 0; i < 10; ++i) {
         EXPECT_EXIT(
             {

@@ -9,8 +9,8 @@
 #include <jpeglib.h>
 
 #include "Decode.h"
-#include "iml/JpegDcDecode.h"
-#include "iml/JpegDecoder.h"
+#include "iml/jpeg/JpegDcDecode.h"
+#include "iml/jpeg/JpegDecoder.h"
 #include "support/PictureWriter.h"
 
 namespace {
