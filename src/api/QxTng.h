@@ -137,7 +137,7 @@ QXTNG_API std::uint32_t LockCache();
 QXTNG_API std::uint32_t ReleaseCacheLock();
 
 /// Stops all background threads as QXStopBackGroundThread() does, all at once, saves the cache and empties
-/// memory. A callback that is still running gets QXTNG_ERROR_FAILED for a new thread until then.
+/// memory. While it waits for them, a callback gets QXTNG_ERROR_FAILED for a new thread.
 QXTNG_API std::uint32_t ShutDown();
 
 // --- Entries of the cache -------------------------------------------------------------------------------

@@ -89,7 +89,9 @@ std::uint32_t CTNGMgr::GetCacheFolder(char16_t** ppszFolder) {
 
 std::uint32_t CTNGMgr::SetCacheFolder(const char16_t* pszFolder) {
     if (!Exists(pszFolder)) return QXTNG_ERROR_INVALID_ARGUMENT;
-    if (s_strCacheFolder.Get() == pszFolder) return QXTNG_SUCCESS;
+    const std::shared_ptr<CTNGCacheMutex> pMutex = s_pCacheMutex.Get();
+    const bool bUsable = pMutex && pMutex->IsUsable();
+    if (bUsable && s_strCacheFolder.Get() == pszFolder) return QXTNG_SUCCESS;
     return m_pDBMgr->SetCacheFolder(pszFolder);
 }
 

@@ -1,5 +1,6 @@
 // The manager's side of background requests: the registry of their threads.
 
+#include <new>
 #include <vector>
 
 #include "TNGMgr.h"
@@ -24,6 +25,7 @@ std::uint32_t CTNGMgr::GenerateThumbnailInBackGround(const char16_t* pszFilePath
 
     const bool bFile = CTNGFileInfo::FindFileData(pszFilePath, &request.request.entry, false);
     const std::unique_ptr<CTNGThread> ended = TakeIfEnded(*pnThreadId);
+    LoadImageLibrary();  // on this thread: see TNGBindingPause
     const TNGGuardLock lock(m_registryGuard);
     CTNGThread* const pThread = FindItem(*pnThreadId);
     if (!pThread) return QXTNG_ERROR_THREAD_NOT_FOUND;
@@ -45,13 +47,22 @@ std::uint32_t CTNGMgr::CreateThreadObject(const TNGBackgroundRequest& filed, uns
         if (const std::uint32_t result = pThread->Launch(); result != QXTNG_SUCCESS) return result;
         // Of a thread that ended unnoticed, and whose number has been given anew.
         pStale.reset(FindItem(pThread->Id()));
-        m_pTable->insert_or_assign(pThread->Id(), pThread.get());
-        if (const std::uint32_t result = pThread->StartThread(request, pnThreadId); result != QXTNG_SUCCESS) {
-            m_pTable->erase(pThread->Id());
+        CTNGThread& thread = *pThread;
+        const unsigned nThreadId = thread.Id();  // the caller's variable may be the callback's soon
+        m_pTable->insert_or_assign(nThreadId, pThread.get());
+        pThread.release();
+        std::uint32_t result = QXTNG_ERROR_FAILED;
+        try {
+            result = thread.StartThread(request, pnThreadId);
+        } catch (const std::bad_alloc&) {
+            result = QXTNG_ERROR_FAILED;
+        }
+        if (result != QXTNG_SUCCESS) {
             *pnThreadId = 0;
+            m_pTable->erase(nThreadId);
+            pStale.reset(&thread);
             return result;
         }
-        pThread.release();
     }
     TNG_LOG(TNG_LOG_INFO, u"Thread Id:");
     return QXTNG_SUCCESS;

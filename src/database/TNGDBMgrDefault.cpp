@@ -8,7 +8,6 @@
 #include "TNGDBMgr.h"
 #include "cutil/Folders.h"
 #include "imaging/TNGDefaultImages.h"
-#include "locks/TNGLockHold.h"
 
 namespace {
 

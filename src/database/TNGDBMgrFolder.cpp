@@ -92,6 +92,7 @@ std::uint32_t CTNGDBMgr::SetCacheFolder(const std::u16string& folder) {
     if (!entry.IsIn()) return QXTNG_ERROR_CACHE_LOCKED;
     SynchronizeIfLoaded();
     if (const std::uint32_t result = LoadIndexForMove(); result != QXTNG_SUCCESS) return result;
+    if (m_pSharedData->IsIndexUnread()) return QXTNG_ERROR_FAILED;  // not all of it would move
 
     const Abandonment abandonment(u"CTNGDBMgr::SetCacheFolder");
     if (!abandonment.WaitForWorkers(entry)) return QXTNG_ERROR_FAILED;
@@ -129,7 +130,8 @@ bool CTNGDBMgr::LeaveOldFolder(const std::u16string& folder) {
     const std::uint32_t result = bExists ? m_pSharedData->UpdateCacheFolder(folder) : 1;
     if (result == 0) return false;
     // What is in memory would name files of the new folder that are not its own.
-    if (!bSomethingToMove || result != 1) m_pSharedData->Forget();
+    const bool bMoved = bSomethingToMove && result == 1;
+    if (!bMoved && m_pSharedData->Forget() != QXTNG_SUCCESS) return false;
     TNG_LOG(TNG_LOG_INFO, u"CTNGDBMgr::SetCacheFolder, Cache folder updated");
     if (bExists) SetCacheModifiedTime();  // in the old folder still, for those who stay there
     return true;

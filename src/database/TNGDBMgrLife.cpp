@@ -20,7 +20,8 @@ std::uint32_t CTNGDBMgr::InitDB(const char16_t* path, bool bPathIsFile) {
     if (m_eDBState == TNG_DB_NOT_LOADED || !path) {
         // Without a path, anew; with one, what another thread has begun meanwhile stays.
         result = m_pSharedData->LoadDB(path, bPathIsFile, false, path != nullptr);
-        m_eDBState = result != QXTNG_SUCCESS ? TNG_DB_NOT_LOADED : path ? TNG_DB_PARTIAL : TNG_DB_LOADED;
+        const bool bAll = !path && !m_pSharedData->HasUnloadedFolders();
+        m_eDBState = result != QXTNG_SUCCESS ? TNG_DB_NOT_LOADED : bAll ? TNG_DB_LOADED : TNG_DB_PARTIAL;
         if (result == QXTNG_SUCCESS && path) m_pSharedData->LoadFolderData(path, bPathIsFile);
     } else if (m_eDBState == TNG_DB_PARTIAL) {
         result = m_pSharedData->LoadFolderData(path, bPathIsFile);
@@ -54,6 +55,7 @@ void CTNGDBMgr::SynchronizeCache() {
     }
     bool bModified = false;
     if (m_pSharedData->SynchronizeCache(&bModified) != QXTNG_SUCCESS) {
+        if (bModified) m_eDBState = TNG_DB_PARTIAL;  // some folders have been looked at
         TNG_LOG(TNG_LOG_INFO, u"CTNGDBMgr::SynchronizeCache, cache Synchronization failed");
         return;
     }
@@ -119,12 +121,11 @@ std::uint32_t CTNGDBMgr::Shutdown() {
     if (!entry.IsIn()) return QXTNG_ERROR_CACHE_LOCKED;
     SynchronizeCache();
     // Before the save: what is added after it is dirty again.
-    const TNGDBState eState = m_eDBState;
-    m_eDBState = TNG_DB_NOT_LOADED;
     s_bCacheDirty = false;
     s_nPendingAdds = 0;
-    if (m_pSharedData->Shutdown() == QXTNG_SUCCESS) return QXTNG_SUCCESS;
-    m_eDBState = eState;
+    const bool bSaved = m_pSharedData->Shutdown() == QXTNG_SUCCESS;
+    if (!m_pSharedData->HasFolderMaps()) m_eDBState = TNG_DB_NOT_LOADED;
+    if (bSaved) return QXTNG_SUCCESS;
     s_bCacheDirty = true;
     return QXTNG_ERROR_FAILED;
 }

@@ -73,6 +73,7 @@ bool TNGWorker::WaitWhile(const bool& bState, std::chrono::steady_clock::time_po
 
 void TNGWorker::Run() {
     m_nThreadId = Platform::GetCurrentThreadId();
+    const TNGBindingPause noBinding;  // in callbacks neither
     try {
         std::optional<CTNGThumbnailProducer> producer;
         while (WaitForRequest() && WorkOnRequest(producer))
@@ -106,7 +107,7 @@ bool TNGWorker::WaitForRequest() {
 // False when the thread is to end.
 bool TNGWorker::WorkOnRequest(std::optional<CTNGThumbnailProducer>& producer) {
     TNGGeneration generation(m_work.request, kTexts, producer, &m_bStop);
-    const TNGGeneration::End end = Generate(generation);
+    const TNGGeneration::End end = generation.Run();
     if (end == TNGGeneration::End::CacheLocked) {
         Pause();
         return true;  // the same request once more
@@ -114,11 +115,6 @@ bool TNGWorker::WorkOnRequest(std::optional<CTNGThumbnailProducer>& producer) {
     if (end == TNGGeneration::End::Stopped || !Publish(generation, end)) return false;
     CallBack();
     return true;
-}
-
-TNGGeneration::End TNGWorker::Generate(TNGGeneration& generation) {
-    const TNGBindingPause noBinding;
-    return generation.Run();
 }
 
 void TNGWorker::Pause() {

@@ -45,7 +45,6 @@ class TNGWorker {
     bool WaitWhile(const bool& bState, std::chrono::steady_clock::time_point end) TNG_REQUIRES(m_guard);
     bool WaitForRequest();
     bool WorkOnRequest(std::optional<CTNGThumbnailProducer>& producer);
-    static TNGGeneration::End Generate(TNGGeneration& generation);
     bool Publish(TNGGeneration& generation, TNGGeneration::End end);
     void Pause();
     void CallBack();

@@ -104,6 +104,7 @@ bool NamedSemaphore::Reopen() {
         return false;
     }
     close(std::exchange(m_nDescriptor, nDescriptor));
+    m_pShared->waiters += m_nWaiting;  // of this object, counted in the old page until now
     return true;
 }
 
@@ -143,9 +144,11 @@ std::uint32_t NamedSemaphore::Wait(std::uint32_t nMilliseconds) {
     if (!IsOfThisProcess()) return WAIT_FAILED;
     if (TryTake()) return WAIT_OBJECT_0;
     const Deadline deadline(nMilliseconds);
+    ++m_nWaiting;
     ++m_pShared->waiters;
     const std::uint32_t end = WaitAsleep(deadline);
     --m_pShared->waiters;
+    --m_nWaiting;
     return end;
 }
 

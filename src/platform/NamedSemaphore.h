@@ -52,6 +52,7 @@ class NamedSemaphore final : public Semaphore {
         std::atomic<std::uint32_t> waiters;  // that may be asleep; too high once one has been killed
     };
     Shared* m_pShared = nullptr;
+    std::atomic<std::uint32_t> m_nWaiting{0};  // of m_pShared->waiters those of this object, or more
 
     enum class Hold { None, Changing, Held };
     std::atomic<Hold> m_hold{Hold::None};  // of this object; who sets Changing settles it

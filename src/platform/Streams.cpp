@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <ctime>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "Text.h"
@@ -16,6 +17,29 @@ namespace {
 
 bool IsOpenForWriting(int nDescriptor) {
     return (fcntl(nDescriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
+}
+
+int FlagsOf(std::string_view mode) {
+    const bool bBoth = mode.find('+') != std::string_view::npos;
+    if (mode.starts_with('r')) return bBoth ? O_RDWR : O_RDONLY;
+    const int nAccess = O_CREAT | (bBoth ? O_RDWR : O_WRONLY);
+    return nAccess | (mode.starts_with('a') ? O_APPEND : O_TRUNC);
+}
+
+bool IsFile(int nDescriptor, int nFlags) {
+    struct stat status {};
+    if (fstat(nDescriptor, &status) != 0) return false;
+    const bool bOnlyWritten = (nFlags & O_ACCMODE) == O_WRONLY;
+    return S_ISREG(status.st_mode) || (bOnlyWritten && S_ISCHR(status.st_mode));
+}
+
+// Never waits for the other end of a pipe. What is no file counts as a folder; a device may be written to.
+int OpenFile(const char* pszPath, int nFlags) {
+    const int nDescriptor = open(pszPath, nFlags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
+    if (nDescriptor < 0 || IsFile(nDescriptor, nFlags)) return nDescriptor;
+    close(nDescriptor);
+    errno = EISDIR;
+    return -1;
 }
 
 }  // namespace
@@ -44,13 +68,14 @@ bool PlainFile::ReadAt(std::int64_t nOffset, void* pOut, std::size_t nBytes) con
 }
 
 int _wfopen_s(std::FILE** ppStream, const char16_t* pszPath, const char* pszMode) {
-    const std::string mode = std::string(pszMode) + 'e';  // not for programs that this process starts
-    *ppStream = std::fopen(PathToBytes(pszPath).c_str(), mode.c_str());
-    if (!*ppStream) return errno != 0 ? errno : EIO;
-    struct stat status {};
-    if (fstat(fileno(*ppStream), &status) == 0 && !S_ISDIR(status.st_mode)) return 0;
-    std::fclose(std::exchange(*ppStream, nullptr));
-    return EISDIR;
+    *ppStream = nullptr;
+    const int nDescriptor = OpenFile(PathToBytes(pszPath).c_str(), FlagsOf(pszMode));
+    if (nDescriptor < 0) return errno != 0 ? errno : EIO;
+    *ppStream = fdopen(nDescriptor, pszMode);
+    if (*ppStream) return 0;
+    const int error = errno;
+    close(nDescriptor);
+    return error != 0 ? error : EIO;
 }
 
 bool CloseStream(std::FILE* pStream) {

@@ -57,8 +57,9 @@ class CTNGSharedDataMgr : public CTNGCollectionBase2<std::u16string, CTNGFileDat
     /// anything was.
     std::uint32_t SynchronizeCache(bool* pbModified);
 
-    /// There is an index in the present folder.
+    /// There is an index in the present folder. And: it is there, but could not be opened or read.
     bool HasIndexFile() const;
+    bool IsIndexUnread() const { return m_pFolderMaps->IsIndexUnread(); }
 
     /// Copies the files of the cache to `newFolder` and deletes them from the present one; the caller then
     /// sets the folder. 1 if that worked or there was nothing to do, 0 if it failed: the present folder is

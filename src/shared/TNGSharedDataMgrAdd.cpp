@@ -45,7 +45,8 @@ int CTNGSharedDataMgr::AddFileData(const std::u16string& path, CTNGFileData** pp
     return 1;
 }
 
-// Nothing may be in memory yet although there is a cache: the index file is about to be written from what is.
+// The index file is about to be written from memory, which may hold nothing yet although there is a cache, or
+// less than an index that could not be read.
 bool CTNGSharedDataMgr::TakeUpForeignFolders() {
     m_pFolderMaps->SetIndexFileName(m_strIndexFileName);
     if (HasFolderMaps() && !m_pFolderMaps->IsIndexUnread()) return true;

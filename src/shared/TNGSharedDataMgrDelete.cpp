@@ -29,9 +29,9 @@ std::uint32_t CTNGSharedDataMgr::DeleteFileData(const std::u16string& path, bool
 
 // Without the folder that has just gone. Gives the hold back, which saving takes itself.
 std::uint32_t CTNGSharedDataMgr::SaveIndexOfTheRest(TNGLockHold& folderMaps) {
-    const bool bFoldersLeft = !m_pFolderMaps->IsEmpty();
     folderMaps.Release();
-    if (bFoldersLeft) return m_pFolderMaps->SaveFolderMaps(m_strIndexFileName, false);
+    if (m_pFolderMaps->IsIndexUnread() && !TakeUpForeignFolders()) return QXTNG_ERROR_FILE_WRITE;
+    if (!m_pFolderMaps->IsEmpty()) return m_pFolderMaps->SaveFolderMaps(m_strIndexFileName, false);
     CTNGFolderMapCollection::DeleteIndexFile(m_strIndexFileName);
     return QXTNG_SUCCESS;
 }

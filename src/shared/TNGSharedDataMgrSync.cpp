@@ -58,8 +58,9 @@ std::uint32_t CTNGSharedDataMgr::SynchronizeCache(bool* pbModified) {
         *pbModified = true;
         bool bAdded = false;
         // Out of reach: the next look is at it again.
-        if (m_pFolderMaps->CheckAndAddNewFolderMap(indexPath, &bAdded, m_pTable.get()) != QXTNG_SUCCESS)
-            return QXTNG_SUCCESS;
+        const std::uint32_t result =
+            m_pFolderMaps->CheckAndAddNewFolderMap(indexPath, &bAdded, m_pTable.get());
+        if (result != QXTNG_SUCCESS) return result;
         TNG_LOG(TNG_LOG_INFO, u"CTNGSharedDataMgr::SynchronizeCache, DirectoryMap modified");
     }
     SetCacheModifiedTime();

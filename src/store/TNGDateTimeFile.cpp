@@ -51,10 +51,13 @@ void SetCacheModifiedTime() {
                 u"CTNGDBMgr::SetCacheModifiedTime,Shared data file(date-time) mutex lock failed");
         return;
     }
-    const Platform::FILETIME time = TimeOfChange();
-    s_ftCacheModified = time;
+    Platform::FILETIME time = TimeOfChange();
     CTNGDataFile file;
     const bool bWritten = file.WriteDateTime(s_strDateTimeFilePath.Get(), &time) == QXTNG_SUCCESS;
+    // Where it may not be written, what is there is all that can be kept in step with.
+    Platform::FILETIME there;
+    if (!bWritten && ReadTime(&there)) time = there;
+    s_ftCacheModified = time;
     TNG_LOG(TNG_LOG_INFO, bWritten
                               ? u"CTNGDBMgr::SetCacheModifiedTime successful"
                               : u"CTNGDBMgr::SetCacheModifiedTime, Error while writing shared data file");

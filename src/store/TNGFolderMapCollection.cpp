@@ -11,6 +11,7 @@
 #include "store/TNGCacheFiles.h"
 #include "store/TNGCachePaths.h"
 #include "store/TNGDateTimeFile.h"
+#include "store/TNGFields.h"
 
 std::atomic<Platform::FILETIME> s_ftDirectoryMap{Platform::FILETIME{}};
 
@@ -117,8 +118,15 @@ std::uint32_t CTNGFolderMapCollection::Load(const std::u16string& fileName, cons
         return QXTNG_ERROR_NOT_CACHED;
     }
     FileNames taken;
-    for (; file.CanReadOn() && count > 0; --count)
-        TakeUpFolder(file, target, bHeaderOnly, bHasTarget, pPathIndex, taken);
+    try {
+        for (; file.CanReadOn() && count > 0; --count)
+            TakeUpFolder(file, target, bHeaderOnly, bHasTarget, pPathIndex, taken);
+    } catch (...) {  // memory has run out
+        if (pPathIndex) pPathIndex->clear();
+        ClearItemsByKey(true);
+        m_bIndexUnread = true;
+        throw;
+    }
     m_bIndexUnread = file.IsOutOfReach();
     if (!bHeaderOnly && pPathIndex) AddToIndex(*pPathIndex);
     NoteIndexTime(fileName);
@@ -142,7 +150,7 @@ void CTNGFolderMapCollection::TakeUpFolder(IndexFile& file, const std::u16string
             return giveUp();
         }
         if (!bHeaderOnly) NoteListTime(*pFolderMap);
-    } catch (...) {
+    } catch (const TNGTextTooLong&) {
         TNG_LOG(TNG_LOG_INFO, u"CTNGFolderMapCollection::Load in catch");
         return giveUp();
     }
@@ -241,6 +249,7 @@ std::uint32_t CTNGFolderMapCollection::TakeUpIndex(const std::u16string& indexPa
     if (!bOpened) return m_bIndexUnread ? QXTNG_ERROR_FAILED : QXTNG_SUCCESS;
     *pbAdded = false;
     TNGForeignFolders foreign(*this, pPathIndex);
+    bool bAll = true;
     for (; file.CanReadOn() && count > 0; --count) {
         try {
             auto pFolderMap = std::make_unique<CTNGFolderMap>(true);
@@ -252,17 +261,15 @@ std::uint32_t CTNGFolderMapCollection::TakeUpIndex(const std::u16string& indexPa
                 TNG_LOG(TNG_LOG_LEAVE,
                         u"CTNGFolderMapCollection::CheckAndAddNewFolderMap condition file Status() != "
                         u"FILE_READ_OK");
-                break;
+                continue;
             }
-            if (!foreign.TakeUp(std::move(pFolderMap), pbAdded)) {
-                m_bIndexUnread = true;
-                return QXTNG_ERROR_FAILED;
-            }
+            bAll &= foreign.TakeUp(std::move(pFolderMap), pbAdded);
         } catch (...) {
+            bAll = false;
             TNG_LOG(TNG_LOG_EXCEPTION, u"CTNGFolderMapCollection::CheckAndAddNewFolderMap");
         }
     }
-    m_bIndexUnread = file.IsOutOfReach();
+    m_bIndexUnread = !bAll || file.IsOutOfReach();
     return m_bIndexUnread ? QXTNG_ERROR_FAILED : QXTNG_SUCCESS;
 }
 

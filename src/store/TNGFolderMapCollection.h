@@ -46,7 +46,7 @@ class CTNGFolderMapCollection : public CTNGCollectionBase2<std::u16string, CTNGF
     /// Takes up the folders of the index file that are not there yet and have a list file, under a write hold
     /// that it takes. `*pbAdded` receives whether there were any. They take the place of folders that claim
     /// the same files, or of the same folder with other files: those are forgotten, and leave `pPathIndex`.
-    /// QXTNG_ERROR_FAILED if the index file is out of reach; it is not written over then.
+    /// QXTNG_ERROR_FAILED if the index file is out of reach, or _LOCK_FAILED; it is not written over then.
     std::uint32_t CheckAndAddNewFolderMap(const std::u16string& indexPath, bool* pbAdded,
                                           TNGPathIndex* pPathIndex);
 

@@ -60,7 +60,7 @@ std::set<CTNGFolderMap*> TNGForeignFolders::OthersLike(const CTNGFolderMap& fold
     return others;
 }
 
-// Its files stay: they are another folder's.
+// Its files stay: mostly they are another folder's by now.
 void TNGForeignFolders::Forget(CTNGFolderMap& folderMap) {
     for (int i = 0; i < folderMap.FileDataList->GetCount(); ++i)
         m_pPathIndex->erase(folderMap.FileDataList->GetAt(i)->m_strFilePath);

@@ -88,7 +88,24 @@ TEST(Stream, ReportsWhatDidNotReachTheFile) {
         EXPECT_EQ(_fwrite_nolock(bytes.data(), bytes.size(), 1, pStream), bBeyondBuffer ? 0u : 1u);
         EXPECT_FALSE(CloseStream(pStream));
     }
-    EXPECT_TRUE(CloseStream(Open("/dev/full", "rb"))) << "nothing was to be written";
+    const TestSupport::TemporaryFolder folder;
+    folder.Add("file");
+    EXPECT_TRUE(CloseStream(Open(folder / "file", "rb"))) << "nothing was to be written";
+}
+
+// Whoever opens a pipe as a file waits for its other end.
+TEST(Stream, OpensNothingButFiles) {
+    const TestSupport::TemporaryFolder folder;
+    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    for (const std::filesystem::path& path :
+         {folder / "pipe", folder.Path(), std::filesystem::path("/dev/zero")}) {
+        for (const char* pszMode : {"rb", "r+b", "a+b"}) {
+            std::FILE* pStream = nullptr;
+            EXPECT_EQ(_wfopen_s(&pStream, TestSupport::TextOf(path).c_str(), pszMode), EISDIR)
+                << path << pszMode;
+            EXPECT_EQ(pStream, nullptr);
+        }
+    }
 }
 
 // What was changed twice must not look as if it had been changed once.

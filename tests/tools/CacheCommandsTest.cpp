@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <functional>
 
 #include "Program.h"
@@ -120,10 +122,46 @@ TEST_F(CacheCommands, MoveTakesTheWholeCacheWithIt) {
 
     // Nothing of a cache that is there is overwritten.
     EXPECT_EQ(m_space.Run({"warm", "in"}).exitCode, 0);
-    const Outcome refused = m_space.Run({"move", "deep/new"});
-    EXPECT_EQ(refused.exitCode, 2) << refused;
-    EXPECT_THAT(refused.errors, HasSubstr("has a cache already"));
+    fs::create_directory(m_space / "mine");
+    m_space.AddFile("mine/7.db", "not a cache's");
+    const struct {
+        const char* pszFolder;
+        const char* pszMessage;
+    } refused[] = {{"deep/new", "has a cache already"},
+                   {"mine", "files that bear such names"},
+                   {"../qxtng", "is in"},
+                   {"in/a.jpg", "is not a folder"}};
+    for (const auto& target : refused) {
+        const Outcome second = m_space.Run({"move", target.pszFolder});
+        EXPECT_EQ(second.exitCode, 2) << second;
+        EXPECT_THAT(second.errors, HasSubstr(target.pszMessage));
+    }
+    EXPECT_EQ(ReadFile(m_space / "mine/7.db"), "not a cache's");
     EXPECT_THAT(Stat(), HasSubstr(figures));
+}
+
+// What cannot be done is not reported as done. Root may do everything, so it has to be another user.
+TEST_F(CacheCommands, ACacheOfSomebodyElseStaysAsItIs) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root has other users' files";
+    const std::vector<std::string> before = m_space.List(m_cache);
+    const std::string figures = Stat();
+    fs::permissions(m_space / "..", fs::perms(0755));
+    fs::permissions(m_space / ".", fs::perms(0777));
+    const auto asNobody = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), {"--cache", m_cache});
+        const pid_t process = m_space.Start(arguments, -1, -1, 65534);
+        return WaitFor(process);
+    };
+    if (asNobody({"stat"}) == 127) GTEST_SKIP() << "the program is out of other users' reach";
+    for (const fs::perms open : {fs::perms(0700), fs::perms(0755)}) {
+        fs::permissions(m_space / m_cache, open);
+        for (const std::vector<std::string>& arguments :
+             {std::vector<std::string>{"forget", "in"}, {"clear"}, {"move", "taken"}, {"update"}})
+            EXPECT_EQ(asNobody(arguments), 1) << arguments[0];
+        EXPECT_EQ(asNobody({"stat"}), open == fs::perms(0700) ? 1 : 0);
+    }
+    EXPECT_EQ(m_space.List(m_cache), before);
+    EXPECT_EQ(Stat(), figures);
 }
 
 TEST_F(CacheCommands, ClearLeavesNothing) {

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -35,7 +36,9 @@ class Workspace {
     Outcome Run(const std::vector<std::string>& arguments) const;
 
     /// Starts qxtng with the two descriptors as standard output and standard error; -1 is a closed one.
-    pid_t Start(const std::vector<std::string>& arguments, int output, int errors) const;
+    /// As another user, if one is given.
+    pid_t Start(const std::vector<std::string>& arguments, int output, int errors,
+                std::optional<uid_t> user = {}) const;
 
     /// Names of what is in a folder, hidden or not, in the order of their bytes.
     std::vector<std::string> List(const std::filesystem::path& folder = {}) const;

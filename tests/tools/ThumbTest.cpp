@@ -103,16 +103,16 @@ TEST(Thumb, FolderNamesFollowTheInputs) {
     const std::string strange = "caf\xE9 \xFF.jpg";  // not UTF-8
     space.AddSample("baseline.jpg", strange);
     space.AddSample("baseline.jpg", "-dash.jpg");
-    space.AddSample("baseline.jpg", "[a,b]");
+    space.AddSample("baseline.jpg", "[a,b].jpg");
     std::vector<std::string> arguments = {"thumb", "-o", "new/out/"};
     for (const char* sample :
          {"UPPER-CASE.JPG", "Frühling 春の朝.jpg", "interlaced.gif", "rgb.png", "audio.wav"})
         arguments.push_back(kSamples / sample);
-    arguments.insert(arguments.end(), {strange, "[a,b]", "--", "-dash.jpg"});
+    arguments.insert(arguments.end(), {strange, "[a,b].jpg", "--", "-dash.jpg"});
     const Outcome outcome = space.Run(arguments);
     EXPECT_EQ(outcome.exitCode, 0) << outcome;
     const std::vector<std::string> expected = {
-        "-dash.jpg", "Frühling 春の朝.jpg", "UPPER-CASE.JPG", "[a,b].png", "audio.wav.png",
+        "-dash.jpg", "Frühling 春の朝.jpg", "UPPER-CASE.JPG", "[a,b].jpg", "audio.wav.png",
         strange,     "interlaced.gif.jpg",  "rgb.png"};
     EXPECT_EQ(space.List("new/out"), expected);
 }

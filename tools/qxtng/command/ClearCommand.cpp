@@ -8,7 +8,7 @@
 namespace Client {
 
 int RunClear(const ClearOptions& options) {
-    ThumbnailCache cache = ThumbnailCache::Existing(options.cache);
+    ThumbnailCache cache = ThumbnailCache::Existing(options.cache, ThumbnailCache::Access::Write);
     std::size_t files = 0;
     for (const CacheCheck::CachedFolder& folder : CacheCheck::ReadContents(cache.Folder()))
         files += folder.files.size();

@@ -20,7 +20,7 @@ bool IsForgotten(std::uint32_t result, const std::string& path) {
 }  // namespace
 
 int RunForget(const ForgetOptions& options) {
-    const ThumbnailCache cache = ThumbnailCache::Existing(options.cache);
+    ThumbnailCache cache = ThumbnailCache::Existing(options.cache, ThumbnailCache::Access::Write);
     const CacheSelection selection = SelectFromCache(cache.Folder(), options.paths, options.recursive);
     bool good = ReportMissing(selection);
     std::size_t files = 0;
@@ -42,7 +42,7 @@ int RunForget(const ForgetOptions& options) {
     }
     PrintLine(Counted(files, "file") + " forgotten" +
               (folders != 0 ? ", with " + Counted(folders, "folder") : ""));
-    return ExitCodeOf(good);
+    return ExitCodeOf(cache.Close() && good);
 }
 
 }  // namespace Client

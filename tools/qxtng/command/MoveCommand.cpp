@@ -31,7 +31,7 @@ void MoveWithProgress(ThumbnailCache& cache, const std::string& newFolder, std::
 
 int RunMove(const MoveOptions& options) {
     if (options.newFolder.empty()) throw WrongUse("the name of the new folder is empty");
-    ThumbnailCache cache = ThumbnailCache::Existing(options.cache);
+    ThumbnailCache cache = ThumbnailCache::Existing(options.cache, ThumbnailCache::Access::Write);
     const FolderSize size = SizeOfFolder(cache.Folder());
     MoveWithProgress(cache, AbsolutePath(options.newFolder), size.files);
     PrintLine(BytesToText(size.bytes) + " moved");

@@ -29,6 +29,7 @@ SheetSource DescribeSource(const SheetOptions& options) {
 void CheckPage(const SheetOptions& options, const SheetSource& source,
                const std::vector<std::string>& files) {
     if (options.page.empty()) throw WrongUse("the name after --output is empty");
+    if (options.page == "-") throw WrongUse("a page refers to its pictures, and so has to be a file");
     const std::optional<FileId> page = FindFile(options.page);
     const bool isPicture = page && std::any_of(files.begin(), files.end(), [&](const std::string& file) {
                                return FindFile(source.folder + file) == page;

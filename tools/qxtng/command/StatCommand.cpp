@@ -99,7 +99,7 @@ CacheCheck::CacheReport ReadHeld(const std::string& folder) {
 }  // namespace
 
 int RunStat(const StatOptions& options) {
-    const ThumbnailCache cache = ThumbnailCache::Existing(options.cache);
+    const ThumbnailCache cache = ThumbnailCache::Existing(options.cache, ThumbnailCache::Access::Read);
     const CacheCheck::CacheReport report = ReadHeld(cache.Folder());
     const FolderSize onDisk = SizeOfFolder(cache.Folder());
     if (options.json) {

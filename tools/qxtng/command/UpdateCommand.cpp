@@ -142,7 +142,7 @@ void Report(const Figures& figures, Clock::duration time, const std::string& cac
 
 int RunUpdate(const UpdateOptions& options) {
     const auto start = Clock::now();
-    const ThumbnailCache cache = ThumbnailCache::Existing(options.cache);
+    ThumbnailCache cache = ThumbnailCache::Existing(options.cache, ThumbnailCache::Access::Write);
     const CacheSelection selection = options.paths.empty()
                                          ? SelectWholeCache(cache.Folder())
                                          : SelectFromCache(cache.Folder(), options.paths, options.recursive);
@@ -151,9 +151,11 @@ int RunUpdate(const UpdateOptions& options) {
     const Interruption interruption;
     updating.Run(options.workers != 0 ? options.workers : WorkerPool::Processors(), interruption);
     if (interruption.Signal() == 0) ForgetGone(selection, updating.Gone());
-    Report(updating.Result(), Clock::now() - start, cache.Folder());
+    const std::string folder = cache.Folder();
+    const bool isSaved = cache.Close();
+    Report(updating.Result(), Clock::now() - start, folder);
     if (const int signalNumber = interruption.Signal()) return kExitOfSignal + signalNumber;
-    return ExitCodeOf(allFound && updating.Result().failed == 0);
+    return ExitCodeOf(allFound && isSaved && updating.Result().failed == 0);
 }
 
 }  // namespace Client

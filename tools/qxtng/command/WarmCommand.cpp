@@ -55,11 +55,15 @@ class Warming : public WorkerPool::Jobs {
     }
 
     void Finish(std::size_t index, const JobResult& result) override {
-        const Fate fate = !result.thumbnail                                        ? Fate::Failed
-                          : FindCacheEntry(m_files[index]) == CacheEntry::UpToDate ? Fate::Made
-                                                                                   : Fate::NotKept;
+        Outcome outcome{index, Fate::Failed, result.failure};
+        if (result.thumbnail) {
+            const bool isKept = FindCacheEntry(m_files[index]) == CacheEntry::UpToDate;
+            const bool shouldBe = !isKept && IsLarge(m_files[index]);
+            outcome.fate = isKept ? Fate::Made : shouldBe ? Fate::Failed : Fate::NotKept;
+            if (shouldBe) outcome.failure = "its thumbnail could not be kept";
+        }
         const std::scoped_lock lock(m_guard);
-        m_outcomes.push_back({index, fate, result.failure});
+        m_outcomes.push_back(std::move(outcome));
         m_added.notify_one();
     }
 
@@ -73,6 +77,12 @@ class Warming : public WorkerPool::Jobs {
     }
 
   private:
+    /// Of what is not, the cache keeps nothing.
+    static bool IsLarge(const std::string& path) {
+        const std::optional<TNGSize> size = OriginalSize(path);
+        return size && (size->nWidth > TNG_LARGE_BOX.nWidth || size->nHeight > TNG_LARGE_BOX.nHeight);
+    }
+
     const std::vector<std::string>& m_files;
     std::size_t m_claimed = 0;
     std::mutex m_guard;  // of the two that follow
@@ -156,16 +166,18 @@ void Report(const Figures& figures, const std::string& cacheFolder) {
 int RunWarm(const WarmOptions& options) {
     const auto start = Clock::now();
     const std::vector<std::string> files = ListFolder(options.folder, options.recursive);
-    const ThumbnailCache cache(options.cache);
+    ThumbnailCache cache(options.cache);
     if (cache.Folder().empty()) throw Failure("there is no cache to fill");
     const Interruption interruption;
     Figures figures{.files = files.size()};
     MakeAll(options, FindMissing(options, files, interruption, figures), interruption, figures);
     figures.left = figures.files - figures.made - figures.upToDate - figures.notKept - figures.failed;
+    const std::string folder = cache.Folder();
+    const bool isSaved = cache.Close();
     figures.time = Clock::now() - start;
-    Report(figures, cache.Folder());
+    Report(figures, folder);
     if (const int signalNumber = interruption.Signal()) return kExitOfSignal + signalNumber;
-    return figures.failed == 0 ? kExitGood : kExitFailed;
+    return ExitCodeOf(isSaved && figures.failed == 0);
 }
 
 }  // namespace Client

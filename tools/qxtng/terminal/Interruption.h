@@ -2,8 +2,8 @@
 
 namespace Client {
 
-/// Turns the first signal that asks the program to end into a question that it answers itself. The second one
-/// ends it at once. One object at a time.
+/// Turns the first signal that asks the program to end into a question that it answers itself. Another
+/// one, more than a second later, ends it at once. One object at a time.
 class Interruption {
   public:
     Interruption();

@@ -1,6 +1,7 @@
 #include "Thumbnail.h"
 
 #include "api/QxTng.h"
+#include "cutil/AssetType.h"
 #include "files/SourceFile.h"
 #include "platform/Memory.h"
 #include "platform/Text.h"
@@ -28,6 +29,8 @@ void CheckResult(std::uint32_t result) {
 /// is no still picture is refused an original size with one of the two results below.
 void CheckDefaultImage(const std::string& path, int isDefault) {
     if (isDefault == 0) return;
+    if (QxzCUtil::GetAssetType(Platform::PathFromBytes(path).c_str()) == ASSET_TYPE_UNKNOWN)
+        throw Failure("its name has no extension of a picture, video or audio file");
     TNGSize size{};
     const std::uint32_t result = GetSizeOriginal(Platform::PathFromBytes(path).c_str(), &size);
     if (result == QXTNG_ERROR_UNSUPPORTED_FILE || result == QXTNG_ERROR_FAILED) return;

@@ -3,9 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <utility>
+#include <vector>
 
 #include "CacheCheck.h"
 #include "api/QxTng.h"
@@ -19,6 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kIndexName = "DirectoryMap.dat";
+constexpr const char* kTimeName = "CacheUpdateInfo.txt";
 
 /// The folder that the environment variable names, if it is of use.
 fs::path FolderFrom(const char* variable) {
@@ -43,6 +47,52 @@ void MakeFolder(const std::string& folder) {
             throw SystemFailure("cache folder " + Displayable(folder) + " cannot be made", errno);
     }
     if (!fs::is_directory(folder)) throw WrongUse("cache folder " + Displayable(folder) + " is not a folder");
+}
+
+bool IsCacheFile(const std::string& name) {
+    const auto isNumber = [](const std::string& text) {
+        return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
+    };
+    const fs::path path = name;
+    const bool isNumbered = path.extension() == ".dat" || path.extension() == ".db";
+    return name == kIndexName || name == kTimeName || (isNumbered && isNumber(path.stem()));
+}
+
+/// The names of files in a folder that are a cache's, or look like it.
+std::vector<std::string> ListCacheFiles(const std::string& folder) {
+    std::vector<std::string> names;
+    std::error_code error;
+    fs::directory_iterator entry(folder, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        const std::string name = entry->path().filename();
+        if (IsCacheFile(name)) names.push_back(name);
+    }
+    if (error) throw Failure("cache folder " + Displayable(folder) + " cannot be read: " + error.message());
+    return names;
+}
+
+void RemoveFile(const fs::path& file) {
+    std::error_code error;
+    fs::remove(file, error);
+    if (error) throw Failure(Displayable(file.native()) + " cannot be removed: " + error.message());
+}
+
+/// Nothing is done by half: all files of the cache must be open to this user.
+void RequireAccess(const std::string& folder, bool write) {
+    struct stat status {};
+    if (stat(folder.c_str(), &status) != 0) throw SystemFailure("cache folder " + Displayable(folder), errno);
+    if (!S_ISDIR(status.st_mode)) throw WrongUse("cache folder " + Displayable(folder) + " is not a folder");
+    const auto require = [write](const fs::path& path, int mode) {
+        if (access(path.c_str(), mode | (write ? W_OK : 0)) != 0)
+            throw SystemFailure("cache in " + Displayable(path.native()) + " cannot be used", errno);
+    };
+    require(folder, R_OK | X_OK);
+    const std::vector<std::string> names = ListCacheFiles(folder);
+    const bool isCache = std::ranges::any_of(
+        names, [](const std::string& name) { return name == kIndexName || name == kTimeName; });
+    if (!isCache) throw Failure("there is no cache in " + Displayable(folder));
+    for (const std::string& name : names)
+        require(fs::path(folder) / name, R_OK);
 }
 
 /// False if the system has no locks for the folder. Waits as long as another program has it, which any
@@ -81,11 +131,10 @@ void ThumbnailCache::OpenDefault() {
     }
 }
 
-ThumbnailCache ThumbnailCache::Existing(const CacheOptions& options) {
+ThumbnailCache ThumbnailCache::Existing(const CacheOptions& options, Access access) {
     if (options.folder && options.folder->empty()) throw WrongUse("the name after --cache is empty");
     const std::string folder = options.folder ? AbsolutePath(*options.folder) : DefaultFolder().native();
-    if (!fs::exists(folder)) throw Failure("cache folder " + Displayable(folder) + " does not exist");
-    if (!fs::is_directory(folder)) throw WrongUse("cache folder " + Displayable(folder) + " is not a folder");
+    RequireAccess(folder, access == Access::Write);
     return ThumbnailCache(folder);
 }
 
@@ -106,15 +155,22 @@ void ThumbnailCache::Use(const std::string& folder) {
 }
 
 ThumbnailCache::~ThumbnailCache() {
-    if (!m_folder.empty() && ShutDown() != QXTNG_SUCCESS)
-        PrintError("warning: the cache in " + Displayable(m_folder) + " could not be saved");
+    Close();
+}
+
+bool ThumbnailCache::Close() {
+    const std::string folder = std::exchange(m_folder, {});
+    if (folder.empty() || ShutDown() == QXTNG_SUCCESS) return true;
+    PrintError("warning: the cache in " + Displayable(folder) + " could not be saved");
+    return false;
 }
 
 void ThumbnailCache::MoveTo(const std::string& folder) {
     MakeFolder(folder);
     const std::string real = fs::canonical(folder);
     if (real == m_folder) throw WrongUse("the cache is in " + Displayable(real) + " already");
-    if (fs::exists(fs::path(real) / kIndexName)) throw WrongUse(Displayable(real) + " has a cache already");
+    if (!ListCacheFiles(real).empty())
+        throw WrongUse(Displayable(real) + " has a cache already, or files that bear such names");
     InitDB();  // a cache that is damaged, or empty, moves as far as it can be read
     if (SetCacheFolder(Platform::PathFromBytes(real).c_str()) != QXTNG_SUCCESS)
         throw Failure("the files cannot be moved to " + Displayable(real) +
@@ -128,11 +184,11 @@ void ThumbnailCache::Clear() {
         throw Failure("the cache in " + Displayable(m_folder) + " is in use; try again");
     const CacheHold hold;
     const fs::path folder = m_folder;
-    if (isDamaged) fs::remove(folder / kIndexName);
+    if (isDamaged) RemoveFile(folder / kIndexName);
     for (const CacheCheck::Finding& finding : CacheCheck::CheckCache(folder).findings) {
         using enum CacheCheck::FindingKind;
         if (finding.kind == OrphanList || finding.kind == OrphanData || finding.kind == TemporaryFile)
-            fs::remove(folder / finding.file);
+            RemoveFile(folder / finding.file);
     }
 }
 

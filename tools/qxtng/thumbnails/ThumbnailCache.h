@@ -27,8 +27,13 @@ class ThumbnailCache {
     /// is a WrongUse or a Failure; the default folder may be missed: there is a warning, and no cache.
     explicit ThumbnailCache(const CacheOptions& options);
 
-    /// For work on a cache that is there: a Failure if it is not, default or not.
-    static ThumbnailCache Existing(const CacheOptions& options);
+    /// For work on a cache that is there: a Failure if it is not, or its files cannot be read, or written if
+    /// that is wanted.
+    enum class Access { Read, Write };
+    static ThumbnailCache Existing(const CacheOptions& options, Access access);
+
+    /// Saves what is new now, and ends the use of the cache. False, with a warning, if it could not be saved.
+    bool Close();
 
     ~ThumbnailCache();
     ThumbnailCache(const ThumbnailCache&) = delete;
@@ -37,8 +42,8 @@ class ThumbnailCache {
     /// The folder in use; empty without a cache.
     const std::string& Folder() const { return m_folder; }
 
-    /// Moves the files to another folder, which is made if it is missing, and must have no cache. A WrongUse
-    /// or a Failure leaves them where they are.
+    /// Moves the files to another folder, which is made if it is missing, and must have no files of a cache.
+    /// A WrongUse or a Failure leaves them where they are.
     void MoveTo(const std::string& folder);
 
     /// Removes all files of the cache, damaged and left-over ones, too.
