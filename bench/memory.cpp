@@ -78,7 +78,8 @@ int main(int argc, char** argv) {
     using Bench::JpegProcess;
     if (argc == 3 && std::strcmp(argv[1], "--child") == 0) return RunAsChild(argv[2]);
     const LargePicture pictures[] = {
-        {"100 megapixels, JPEG", "large.jpg",
+        {"100 megapixels, JPEG",
+         "large.jpg",
          11600,
          8700,
          [](std::FILE* pFile, const auto& source) { Bench::WriteJpeg(pFile, source, kQuality); },
@@ -88,7 +89,8 @@ int main(int argc, char** argv) {
              Bench::WriteJpeg(pFile, source, kQuality, JpegProcess::Progressive);
          },
          kProgressiveBar},
-        {"100 megapixels, PNG", "large.png",
+        {"100 megapixels, PNG",
+         "large.png",
          11600,
          8700,
          [](std::FILE* pFile, const auto& source) { Bench::WritePng(pFile, source); },

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "iml/ByteSource.h"
+#include "iml/RowSink.h"
 #include "iml/jpeg/JpegDcDecode.h"
 #include "iml/jpeg/JpegError.h"
 #include "iml/jpeg/JpegSegments.h"
-#include "iml/RowSink.h"
 #include "platform/graphics/Image.h"
 
 namespace {

@@ -14,7 +14,8 @@
 #define TNG_REQUIRES(guard) TNG_ANNOTATE(requires_capability(guard))
 #define TNG_EXCLUDES(guard) TNG_ANNOTATE(locks_excluded(guard))
 
-/// A small lock within the process, held for a few instructions and never over a wait for another lock.
+/// A small lock within the process, held for short work in memory, and never over a wait for another process,
+/// a decode or a callback.
 class TNG_ANNOTATE(capability("guard")) TNGGuard {
   public:
     constexpr TNGGuard() = default;

@@ -33,7 +33,8 @@ struct Codec {
     /// False if the decode ended early; the rows that came are still good.
     bool (*decode)(ByteSource& source, const PictureInfo& info, RowSink& sink);
 
-    /// Finds the JPEG thumbnail inside a file. Null for formats that have none.
+    /// Finds the thumbnail inside a file, which is a picture file of its own. Null for formats that have
+    /// none.
     bool (*findThumbnail)(ByteSource& source, ByteRange& thumbnail);
 };
 

@@ -24,7 +24,7 @@ struct IMLSize {
     std::uint32_t nHeight;
 };
 
-/// The thumbnail inside the file, in 24 bits.
+/// The thumbnail inside the file, in its own format: mostly a JPEG, in 24 bits.
 QXIML_API std::int32_t QXGetEmbeddedThumbnailInImage(const char16_t* pszPath, Gdiplus::Image** ppImage);
 
 /// The whole picture, in the format that QXGetPixelFormat() tells.
