@@ -8,11 +8,11 @@ picture=$2
 work=$(mktemp -d)
 installed=0
 finish() {
-    [ "$installed" -eq 0 ] || dpkg --remove qxtng >/dev/null
+    [ "$installed" -eq 0 ] || dpkg --purge qxtng >/dev/null
     rm -rf "$work"
 }
 trap finish EXIT
-if dpkg-query -W qxtng >/dev/null 2>&1; then
+if [ "$(dpkg-query -W -f='${db:Status-Status}' qxtng 2>/dev/null)" = installed ]; then
     echo "qxtng is installed here already; nothing is checked" >&2
     exit 1
 fi
@@ -39,7 +39,7 @@ for size in 128 512; do
 done
 man -w qxtng >/dev/null 2>&1 || [ -f /usr/share/man/man1/qxtng.1 ] || [ -f /usr/share/man/man1/qxtng.1.gz ]
 
-dpkg --remove qxtng >/dev/null
+dpkg --purge qxtng >/dev/null
 installed=0
 while read -r file; do
     [ ! -e "$file" ] || { echo "$file is left behind" >&2; exit 1; }
