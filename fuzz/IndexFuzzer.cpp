@@ -33,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     TNGPathIndex index;
     bool bAdded = false;
     maps.Load(kIndexName, nullptr, false, true, nullptr);
-    maps.CheckAndAddNewFolderMap(path, &bAdded);
+    maps.CheckAndAddNewFolderMap(path, &bAdded, nullptr);
     if (bAdded && maps.LookupFolderMap(u"/a", nullptr) && maps.FindItem(u"/a")->m_bListLoaded) std::abort();
     maps.Load(kIndexName, u"/a/x.jpg", true, false, &index);
     CTNGFolderMap* pFolder = nullptr;
