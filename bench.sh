@@ -39,8 +39,8 @@ awk -F '\t' '
     function number(text) { return text == "" ? "null" : text }
     BEGIN { print "[" }
     {
-        printf "%s{\"program\":%s,\"work\":%s,\"value\":%s,\"unit\":%s,", NR > 1 ? ",\n" : "", quoted($1), quoted($2), $3, quoted($4)
-        printf "\"floorName\":%s,\"floor\":%s,\"ratio\":%s,\"bar\":%s,\"holds\":%s}", quoted($5), number($6), number($7), number($8), $9 == "" ? "null" : $9 == "yes" ? "true" : "false"
+        printf "%s{\"program\":%s,\"work\":%s,\"value\":%s,\"unit\":%s,", (NR > 1 ? ",\n" : ""), quoted($1), quoted($2), $3, quoted($4)
+        printf "\"floorName\":%s,\"floor\":%s,\"ratio\":%s,\"bar\":%s,\"holds\":%s}", quoted($5), number($6), number($7), number($8), ($9 == "" ? "null" : ($9 == "yes" ? "true" : "false"))
     }
     END { print "\n]" }' "$QXTNG_BENCH_RESULTS" >"$bench/results.json"
 
