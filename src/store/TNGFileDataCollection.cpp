@@ -197,8 +197,10 @@ std::int32_t CTNGFileDataCollection::MoveUnfinishedBack(int start) {
     if (first == m_pItems->end()) return GetCount();
     const auto unfinished = std::stable_partition(first, m_pItems->end(), isFinished);
     const TNGGuardLock lock(m_guard);
-    m_firstByPath.clear();  // which record of a path is the first may be another one now
-    m_bIndexed = false;
+    if (m_firstByPath.size() < m_pItems->size()) {  // of twins the first may be another one now
+        m_firstByPath.clear();
+        m_bIndexed = false;
+    }
     return static_cast<std::int32_t>(unfinished - m_pItems->begin());
 }
 

@@ -4,7 +4,6 @@
 
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -36,9 +35,10 @@ class Workspace {
     Outcome Run(const std::vector<std::string>& arguments) const;
 
     /// Starts qxtng with the two descriptors as standard output and standard error; -1 is a closed one.
-    /// As another user, if one is given.
+    /// Without root's power over permissions, if that is wanted.
+    enum class Power { All, Own };
     pid_t Start(const std::vector<std::string>& arguments, int output, int errors,
-                std::optional<uid_t> user = {}) const;
+                Power power = Power::All) const;
 
     /// Names of what is in a folder, hidden or not, in the order of their bytes.
     std::vector<std::string> List(const std::filesystem::path& folder = {}) const;

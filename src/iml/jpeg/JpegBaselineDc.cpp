@@ -80,10 +80,7 @@ bool BaselineDc::DecodeScans(JpegScan header) {
 bool BaselineDc::DecodeScan(const JpegScan& header) {
     JpegBaselineScan scan;
     if (!scan.Prepare(m_scans, header, m_planes)) return false;
-    const bool alone = header.parts.size() == 1;
-    const JpegComponent& component = m_layout.components[header.parts[0].component];
-    const std::uint32_t wide = alone ? component.blocksWide : m_layout.unitsWide;
-    const std::uint32_t high = alone ? component.blocksHigh : m_layout.unitsHigh;
+    const auto [wide, high] = m_scans.UnitsOf(header);
     JpegUnits units(m_source, header, m_scans.Tables());
     for (std::uint32_t y = 0; y < high; ++y) {
         if (!scan.DecodeUnits(units, wide, y)) return false;

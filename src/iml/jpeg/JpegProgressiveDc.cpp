@@ -95,10 +95,7 @@ bool ProgressiveDc::MakeParts(const JpegScan& scan, std::vector<Part>& parts) {
 bool ProgressiveDc::ReadScan(const JpegScan& scan) {
     std::vector<Part> parts;
     if (!MakeParts(scan, parts)) return false;
-    const bool alone = scan.parts.size() == 1;
-    const JpegComponent& component = m_layout.components[scan.parts[0].component];
-    const std::uint32_t wide = alone ? component.blocksWide : m_layout.unitsWide;
-    const std::uint32_t high = alone ? component.blocksHigh : m_layout.unitsHigh;
+    const auto [wide, high] = m_scans.UnitsOf(scan);
     JpegUnits units(m_source, scan, m_scans.Tables());
     for (std::uint32_t y = 0; y < high; ++y) {
         for (std::uint32_t x = 0; x < wide; ++x) {

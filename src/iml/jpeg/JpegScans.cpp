@@ -35,6 +35,12 @@ bool JpegScans::IsAtEnd() const {
            bytes[1] == kJpegEoi;
 }
 
+JpegUnitCounts JpegScans::UnitsOf(const JpegScan& scan) const {
+    if (scan.parts.size() > 1) return {m_layout.unitsWide, m_layout.unitsHigh};
+    const JpegComponent& component = m_layout.components[scan.parts[0].component];
+    return {component.blocksWide, component.blocksHigh};
+}
+
 bool JpegScans::ReadFrame(const JpegSegment& segment) {
     std::vector<std::uint8_t> bytes;
     if (!m_layout.components.empty() || segment.marker != m_frame.marker) return false;

@@ -46,6 +46,12 @@ struct JpegScan {
     std::uint64_t data = 0;  // where the entropy-coded data begins
 };
 
+/// Units across and down.
+struct JpegUnitCounts {
+    std::uint32_t wide;
+    std::uint32_t high;
+};
+
 /// Goes through the headers of a JPEG from scan to scan. Knows files of one or three components with 8 bits a
 /// sample. Anything else, and anything that is not as it should be, is refused.
 class JpegScans {
@@ -66,6 +72,9 @@ class JpegScans {
 
     const JpegLayout& Layout() const { return m_layout; }
     const JpegTables& Tables() const { return m_tables; }
+
+    /// What the data of a scan consists of: a component on its own comes block by block.
+    JpegUnitCounts UnitsOf(const JpegScan& scan) const;
 
     /// Three components are luma and chroma, not red, green and blue.
     bool IsYCbCr() const { return m_isYCbCr; }
