@@ -1,5 +1,5 @@
-// Writes tiny JPEGs of every kind that the DC decoder knows, and of some that it does not: make_jpeg_seeds
-// FOLDER
+// Writes tiny JPEGs of every kind that the decoder of reduced pictures knows, and of some that it does not:
+// make_jpeg_seeds FOLDER
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -27,7 +27,10 @@ const JpegKind kKinds[] = {
     {.scans = JpegScans::SeparateBaseline},
     {.horizontal = 2, .vertical = 2, .scans = JpegScans::SeparateBaseline},
     {.scans = JpegScans::Progressive},
+    {.horizontal = 2, .vertical = 2, .scans = JpegScans::Progressive},
     {.horizontal = 2, .vertical = 2, .scans = JpegScans::SeparateDc},
+    {.vertical = 2, .scans = JpegScans::LateDc},
+    {.colours = JpegColours::Grey, .scans = JpegScans::Progressive},
 };
 
 Raster Noise(std::uint32_t nWidth, std::uint32_t nHeight, unsigned strength) {

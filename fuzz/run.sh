@@ -8,13 +8,13 @@ seconds=${1:-30}
 shift || true
 build=${QXTNG_FUZZ_BUILD:-build-fuzz}
 targets=("$@")
-[ ${#targets[@]} -gt 0 ] || targets=(datetime index list bmp gif jpeg jpegdc png tiff webp)
+[ ${#targets[@]} -gt 0 ] || targets=(datetime index list bmp gif jpeg jpegreduced png tiff webp)
 
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++-14 \
     -DQXTNG_BUILD_FUZZERS=ON -DQXTNG_SANITIZE=fuzzer-no-link,address,undefined >/dev/null
 cmake --build "$build" --target fuzzers
 python3 fuzz/make_corpus.py "$build/seeds"
-"$build/fuzz/make_jpeg_seeds" "$build/seeds/jpegdc"
+"$build/fuzz/make_jpeg_seeds" "$build/seeds/jpegreduced"
 
 export ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=1
 export seconds build

@@ -13,9 +13,10 @@ class JpegAcSkipper {
     /// `code` must be good.
     explicit JpegAcSkipper(const JpegHuffmanCode& code);
 
-    /// False if the block ends neither with coefficient 63 nor by the symbol for that.
-    bool Skip(JpegBits& bits) const {
-        for (unsigned index = 1;;) {
+    /// Goes on with the coefficient `index`, 1 to 63. False if the block ends neither with coefficient 63 nor
+    /// by the symbol for that.
+    bool Skip(JpegBits& bits, unsigned index = 1) const {
+        for (;;) {
             bits.Refill();
             for (unsigned i = 0; i < kLooksPerRefill; ++i) {
                 const unsigned entry = m_entries[bits.Peek(kIndexBits)];

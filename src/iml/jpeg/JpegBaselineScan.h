@@ -8,27 +8,19 @@
 
 #include "JpegAcSkipper.h"
 #include "JpegNumberTable.h"
+#include "JpegPlane.h"
 #include "JpegQuarters.h"
 #include "JpegScans.h"
 #include "JpegUnits.h"
 
-/// The samples of a component at 1/8 of the size: one of a block, or two and two. Of one row of units, or of
-/// all.
-struct JpegPlane {
-    std::uint32_t perBlock = 1;
-    std::size_t stride = 0;
-    std::vector<std::uint8_t> samples;
-    bool complete = false;
-};
-
 /// Decodes a scan of a sequential JPEG into planes.
 class JpegBaselineScan {
   public:
-    /// False if the scan is refused. The planes are by component and outlive the object.
-    bool Prepare(const JpegScans& scans, const JpegScan& header, std::array<JpegPlane, 3>& planes);
+    /// False if the scan is refused. The planes outlive the object.
+    bool Prepare(const JpegScans& scans, const JpegScan& header, JpegPlanes& planes);
 
-    /// Decodes the next `nUnits` units into the planes, as their row of units number `nRow`. False if the
-    /// data is not as it should be.
+    /// Decodes the next `nUnits` units into the planes, as their row of units number `nRow`. Coefficients
+    /// there are 0 before. False if the data is not as it should be.
     bool DecodeUnits(JpegUnits& units, std::uint32_t nUnits, std::uint32_t nRow) const;
 
   private:
@@ -39,9 +31,9 @@ class JpegBaselineScan {
         std::uint32_t v;
         int step;  // of DC
         const JpegNumberTable* pDc;
-        const JpegAcSkipper* pSkipper;         // if a block makes one sample
-        const JpegNumberTable* pAc;            // if it makes four
-        std::optional<JpegQuarters> quarters;  // likewise
+        const JpegNumberTable* pAc;            // for coefficients that count
+        const JpegAcSkipper* pSkipper;         // for those that do not
+        std::optional<JpegQuarters> quarters;  // if the plane wants them
     };
 
     // The tables of one kind, by number of the code. Components may share them, and do.
@@ -57,9 +49,12 @@ class JpegBaselineScan {
         std::array<std::unique_ptr<Table>, 4> m_tables;
     };
 
-    static bool DecodeBlock(const Part& part, JpegBits& bits, int& prediction, std::uint8_t* pSamples);
     static bool DecodeQuarters(const Part& part, JpegBits& bits, int dc, std::uint8_t* pSamples);
-    static bool DecodeBlocks(const Part& part, JpegBits& bits, int& prediction, std::uint8_t* pSamples);
+    static bool DecodeLowWaves(const Part& part, JpegBits& bits, std::int16_t* pBlock);
+    static bool DecodeBlock(const Part& part, JpegBits& bits, int& prediction, std::size_t row,
+                            std::size_t column);
+    static bool DecodeBlocks(const Part& part, JpegBits& bits, int& prediction, std::uint32_t unit,
+                             std::uint32_t nRow);
 
     std::vector<Part> m_parts;
     TablesOf<JpegNumberTable> m_dcTables;

@@ -24,8 +24,8 @@ JpegBitReader::JpegBitReader(ByteSource& source, std::uint64_t nOffset)
       m_pClean(new std::uint8_t[m_nPieceSize + kReach + 2 * kRefill]),
       m_pEnd(m_pClean.get()),
       m_pLast(m_pEnd) {
-    bits.pNext = m_pEnd;
-    TopUp();
+    JpegBits bits = Begin();
+    TopUp(bits);
 }
 
 bool JpegBitReader::ReadPiece() {
@@ -35,7 +35,7 @@ bool JpegBitReader::ReadPiece() {
     return m_nPieceEnd > 0;
 }
 
-bool JpegBitReader::TopUp() {
+bool JpegBitReader::TopUp(JpegBits& bits) {
     if (m_marker != 0) return false;
     const auto nLeft = static_cast<std::size_t>(m_pEnd - bits.pNext);
     std::memmove(m_pClean.get(), bits.pNext, nLeft);
@@ -85,22 +85,23 @@ void JpegBitReader::Unstuff() {
     m_pEnd = pTo;
 }
 
-bool JpegBitReader::SkipRestartMarker(unsigned n) {
-    if (!Ensure()) return false;
+bool JpegBitReader::SkipRestartMarker(JpegBits& bits, unsigned n) {
+    if (!Ensure(bits)) return false;
     // What is left must be less than a byte, and then the marker.
-    if (BitsLeft() < 0 || BitsLeft() >= 8 || m_marker != static_cast<int>(kJpegRst0 + n)) return false;
+    if (BitsLeft(bits) < 0 || BitsLeft(bits) >= 8 || m_marker != static_cast<int>(kJpegRst0 + n))
+        return false;
     m_marker = 0;
     bits = {m_pEnd, 0, 0};
-    return TopUp();
+    return TopUp(bits);
 }
 
-bool JpegBitReader::IsAtMarker() {
-    Ensure();
+bool JpegBitReader::IsAtMarker(JpegBits bits) {
+    Ensure(bits);
     const bool restart = m_marker >= kJpegRst0 && m_marker <= kJpegRst7;
-    return BitsLeft() >= 0 && BitsLeft() < 8 && m_marker > 0 && !restart;
+    return BitsLeft(bits) >= 0 && BitsLeft(bits) < 8 && m_marker > 0 && !restart;
 }
 
-bool JpegBitReader::HasReachedEnd() {
-    Ensure();
-    return m_marker == kSourceEnd && BitsLeft() < static_cast<std::int64_t>(16 * kRefill);
+bool JpegBitReader::HasReachedEnd(JpegBits bits) {
+    Ensure(bits);
+    return m_marker == kSourceEnd && BitsLeft(bits) < static_cast<std::int64_t>(16 * kRefill);
 }

@@ -53,29 +53,39 @@ class JpegBitReader {
 
     JpegBitReader(ByteSource& source, std::uint64_t nOffset);
 
+    /// The following take the bits where the caller has got to, and go on with them.
+
     /// Sees to it that kReach bytes can be taken without a look at where the data ends. False if that end is
     /// left behind already.
-    bool Ensure() { return bits.pNext <= m_pLast || TopUp(); }
+    bool Ensure(JpegBits& bits) { return bits.pNext <= m_pLast || TopUpCopy(bits); }
 
     /// Bits beyond the end have been used.
-    bool HasOverrun() const { return BitsLeft() < 0; }
+    bool HasOverrun(const JpegBits& bits) const { return BitsLeft(bits) < 0; }
 
     /// Goes on behind restart marker number `n`, 0 to 7. False if it is not what comes next.
-    bool SkipRestartMarker(unsigned n);
+    bool SkipRestartMarker(JpegBits& bits, unsigned n);
 
     /// What comes next is a marker other than those of restarts.
-    bool IsAtMarker();
+    bool IsAtMarker(JpegBits bits);
 
     /// The source ended within the next few bytes, without a marker.
-    bool HasReachedEnd();
+    bool HasReachedEnd(JpegBits bits);
 
-    JpegBits bits;
+    /// The first bits.
+    JpegBits Begin() const { return {m_pClean.get(), 0, 0}; }
 
   private:
-    bool TopUp();
+    // A copy has its address taken, so that the caller's bits can stay in registers.
+    bool TopUpCopy(JpegBits& bits) {
+        JpegBits copy = bits;
+        const bool good = TopUp(copy);
+        bits = copy;
+        return good;
+    }
+    bool TopUp(JpegBits& bits);
     void Unstuff();
     bool ReadPiece();
-    std::int64_t BitsLeft() const { return 8 * (m_pEnd - bits.pNext) + bits.nCount; }
+    std::int64_t BitsLeft(const JpegBits& bits) const { return 8 * (m_pEnd - bits.pNext) + bits.nCount; }
 
     ByteSource& m_source;
     std::uint64_t m_nOffset;  // of what comes behind the piece

@@ -1,7 +1,8 @@
 #include <algorithm>
+#include <bit>
 
-#include "JpegDcDecode.h"
 #include "JpegDecoder.h"
+#include "JpegReduced.h"
 #include "JpegSegments.h"
 #include "iml/Codec.h"
 #include "iml/ExifThumbnail.h"
@@ -27,19 +28,19 @@ constexpr std::uint64_t kSmallTarget = 320;  // pixels of the longer side
 constexpr std::uint64_t kMarginOfSmall = 20;
 constexpr std::uint64_t kMarginOfLarge = 10;
 
-// The scale, in eighths, to decode at. Only those for which libjpeg has fast transforms.
-int ChooseScale(const JpegFrame& frame, const RowSink& sink) {
+// The scale, in eighths, to decode at.
+std::uint32_t ChooseScale(const JpegFrame& frame, const RowSink& sink) {
     const std::uint64_t target = std::max(sink.TargetWidth(), sink.TargetHeight());
     const std::uint64_t size = std::max(frame.width, frame.height);
     if (target == 0) return 8;
     const std::uint64_t margin = target <= kSmallTarget ? kMarginOfSmall : kMarginOfLarge;
-    for (const int eighths : {1, 2, 4}) {
-        if (size * static_cast<std::uint64_t>(eighths) >= target * margin) return eighths;
+    for (const std::uint32_t eighths : {1u, 2u, 3u, 4u}) {
+        if (size * eighths >= target * margin) return eighths;
     }
     return 8;
 }
 
-bool DecodeAll(ByteSource& source, const JpegFrame& frame, int eighths, RowSink& sink) {
+bool DecodeAll(ByteSource& source, const JpegFrame& frame, std::uint32_t eighths, RowSink& sink) {
     JpegDecoder decoder(source);
     if (!decoder.Start(frame, eighths)) return false;
     RowShape shape;
@@ -61,9 +62,10 @@ bool DecodeAll(ByteSource& source, const JpegFrame& frame, int eighths, RowSink&
 bool Decode(ByteSource& source, const PictureInfo&, RowSink& sink) {
     JpegFrame frame;
     if (!ReadJpegFrame(source, frame)) return false;
-    const int eighths = ChooseScale(frame, sink);
-    if (eighths == 1 && DecodeJpegDc(source, frame, sink)) return true;
-    return DecodeAll(source, frame, eighths, sink);
+    const std::uint32_t eighths = ChooseScale(frame, sink);
+    if (eighths < 8 && DecodeJpegReduced(source, frame, eighths, sink)) return true;
+    // libjpeg has fast transforms for powers of two alone.
+    return DecodeAll(source, frame, std::bit_ceil(eighths), sink);
 }
 
 bool FindThumbnail(ByteSource& source, ByteRange& thumbnail) {

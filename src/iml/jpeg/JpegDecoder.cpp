@@ -131,7 +131,7 @@ bool JpegDecoder::IsAsExpected(const JpegFrame& frame) {
     return kept <= kMaxCoefficientBytes && IsWorthKeeping(kept, m_input.pSource->Size(), kKeptPerByte);
 }
 
-bool JpegDecoder::Start(const JpegFrame& frame, int nEighths) {
+bool JpegDecoder::Start(const JpegFrame& frame, std::uint32_t eighths) {
     m_progress.nBlocks = frame.blocks;
     const bool headerRead = RunJpeg(m_error, [this] {
         jpeg_create_decompress(&m_info);
@@ -141,8 +141,8 @@ bool JpegDecoder::Start(const JpegFrame& frame, int nEighths) {
         jpeg_read_header(&m_info, TRUE);
     });
     if (!headerRead || !IsAsExpected(frame) || !ChooseColourSpace()) return false;
-    const bool started = RunJpeg(m_error, [this, nEighths] {
-        m_info.scale_num = static_cast<unsigned>(nEighths);
+    const bool started = RunJpeg(m_error, [this, eighths] {
+        m_info.scale_num = eighths;
         m_info.scale_denom = 8;
         // Guesses AC coefficients that have not come: not wanted where they have been left out on purpose.
         m_info.do_block_smoothing = FALSE;

@@ -16,10 +16,10 @@ class JpegDecoder {
     JpegDecoder(const JpegDecoder&) = delete;
     JpegDecoder& operator=(const JpegDecoder&) = delete;
 
-    /// Reads the header, which has to be that of `frame`, and starts the decode at `nEighths` / 8 of the
+    /// Reads the header, which has to be that of `frame`, and starts the decode at `eighths` / 8 of the
     /// size. False if that is not possible, would take too much memory or time, or none of the picture can be
     /// decoded.
-    bool Start(const JpegFrame& frame, int nEighths);
+    bool Start(const JpegFrame& frame, std::uint32_t eighths);
 
     std::uint32_t Width() const { return m_info.output_width; }
     std::uint32_t Height() const { return m_info.output_height; }

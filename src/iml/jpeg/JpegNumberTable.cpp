@@ -21,16 +21,20 @@ JpegNumberTable::JpegNumberTable(const JpegHuffmanCode& code) : m_table(code) {
                     static_cast<std::uint8_t>(ac.advance)};
         const auto first = m_entries.begin() + (bits << nFree);
         for (unsigned i = 0; i < 1u << nFree; ++i) {
-            if (ac.size <= nFree) entry.value = NumberOf(i >> (nFree - ac.size), ac.size);
+            if (ac.advance == 0)
+                entry.value = static_cast<std::int16_t>(ac.run);
+            else if (ac.size <= nFree)
+                entry.value = NumberOf(i >> (nFree - ac.size), ac.size);
             first[i] = entry;
         }
     });
 }
 
-JpegNumberTable::Entry JpegNumberTable::FindLong(const JpegBits& bits) const {
+JpegNumberTable::Entry JpegNumberTable::FindLong(JpegBits bits) const {
     const JpegHuffmanTable::Entry found = m_table.Find(bits.Peek(16));
     if (found.length == 0) return {};
     const JpegAcSymbol ac(found.symbol);
+    if (ac.advance == 0) return {static_cast<std::int16_t>(ac.run), found.length, 0};
     const Entry entry{static_cast<std::int16_t>(ac.size), static_cast<std::uint8_t>(found.length + ac.size),
                       static_cast<std::uint8_t>(ac.advance)};
     return WithNumber(entry, bits);

@@ -8,14 +8,15 @@
 
 /// Decodes the symbols of coefficients together with the numbers that follow them. A symbol's lower half is
 /// how many bits the number has, its upper half how many zeros come before it, which DC has none of. Where
-/// there is no number, 15 zeros are 16, and any others the end of the block.
+/// there is no number, 15 zeros are 16, and any others the end of the block: in a progressive file a run of
+/// ends, whose logarithm they are.
 class JpegNumberTable {
   public:
     /// `code` must be good.
     explicit JpegNumberTable(const JpegHuffmanCode& code);
 
     struct Entry {
-        std::int16_t value = 0;
+        std::int16_t value = 0;    // where the block ends: the logarithm of the run
         std::uint8_t length = 0;   // bits of code and number; 0: none of the code
         std::uint8_t advance = 0;  // of an AC coefficient's index, with the zeros; 0: the block ends
     };
@@ -31,7 +32,7 @@ class JpegNumberTable {
     }
 
   private:
-    static constexpr unsigned kIndexBits = 10;
+    static constexpr unsigned kIndexBits = 11;
 
     // Reads the number of an entry that has only its size.
     static Entry WithNumber(Entry entry, JpegBits bits) {
@@ -41,7 +42,7 @@ class JpegNumberTable {
         return entry;
     }
 
-    Entry FindLong(const JpegBits& bits) const;
+    Entry FindLong(JpegBits bits) const;  // by value, so that the caller's stay in registers
 
     // By the next bits. Where the number goes on behind them, its size stands for it; codes that do so are
     // not there.

@@ -1,13 +1,8 @@
 #include "JpegQuarters.h"
 
-namespace {
+#include "JpegZigzag.h"
 
-// The natural place of each coefficient in zigzag order.
-constexpr std::uint8_t kNatural[64] = {
-    0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,  12, 19, 26, 33, 40, 48,
-    41, 34, 27, 20, 13, 6,  7,  14, 21, 28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23,
-    30, 37, 44, 51, 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63,
-};
+namespace {
 
 constexpr int kFactorBits = 13;
 constexpr int kFixedOne = 1 << (kFactorBits + 2);  // factors are four times the mean of half a wave
@@ -52,8 +47,8 @@ bool FinishRow(const std::array<std::int16_t, 8>& columns, std::uint8_t* pRow) {
 
 JpegQuarters::JpegQuarters(const JpegTables::Quantiser& quantiser) {
     for (std::size_t i = 0; i < m_weights.size(); ++i) {
-        const std::uint32_t across = kNatural[i] % 8;
-        const std::uint32_t down = kNatural[i] / 8;
+        const std::uint32_t across = kJpegNaturalOrder[i] % 8;
+        const std::uint32_t down = kJpegNaturalOrder[i] / 8;
         m_weights[i].step = quantiser[i];
         if ((across != 0 && kHalfWaves[across] == 0) || (down != 0 && kHalfWaves[down] == 0)) continue;
         m_weights[i].factor = down == 0 ? kFixedOne : kHalfWaves[down];

@@ -44,6 +44,8 @@ struct JpegScan {
     int shiftBefore = 0;     // place of the last bit that was there before; 0: there was none
     int shift = 0;           // place of the last bit that it brings
     std::uint64_t data = 0;  // where the entropy-coded data begins
+
+    bool Refines() const { return shiftBefore != 0; }
 };
 
 /// Units across and down.
