@@ -5,6 +5,7 @@
 #include "common/TNGLog.h"
 #include "locks/TNGCacheEntry.h"
 #include "platform/Files.h"
+#include "store/TNGKeptFile.h"
 
 namespace {
 
@@ -68,7 +69,10 @@ std::uint32_t CTNGDBMgr::SetCacheEnabled(bool bEnable) {
     const Abandonment abandonment(u"CTNGDBMgr::SetCacheEnabled");
     if (!abandonment.WaitForWorkers(entry)) return QXTNG_ERROR_LOCK_FAILED;
     const std::uint32_t result = EnableOrDisable(bEnable);
-    if (!bEnable) SetCacheModifiedTime();
+    if (!bEnable) {
+        SetCacheModifiedTime();
+        CloseKeptFiles();
+    }
     return result;
 }
 
@@ -138,6 +142,7 @@ bool CTNGDBMgr::LeaveOldFolder(const std::u16string& folder) {
 }
 
 void CTNGDBMgr::EnterNewFolder(const std::u16string& folder, const std::shared_ptr<CTNGCacheMutex>& pMutex) {
+    CloseKeptFiles();
     s_strCacheFolder.Set(folder);
     MoveDateTimeFile(folder);
     s_pCacheMutex.Set(pMutex);

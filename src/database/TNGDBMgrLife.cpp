@@ -5,6 +5,7 @@
 #include "common/TNGFileInfo.h"
 #include "common/TNGLog.h"
 #include "locks/TNGCacheEntry.h"
+#include "store/TNGKeptFile.h"
 
 namespace {
 
@@ -124,6 +125,7 @@ std::uint32_t CTNGDBMgr::Shutdown() {
     s_bCacheDirty = false;
     s_nPendingAdds = 0;
     const bool bSaved = m_pSharedData->Shutdown() == QXTNG_SUCCESS;
+    CloseKeptFiles();
     if (!m_pSharedData->HasFolderMaps()) m_eDBState = TNG_DB_NOT_LOADED;
     if (bSaved) return QXTNG_SUCCESS;
     s_bCacheDirty = true;
@@ -141,4 +143,5 @@ void CTNGDBMgr::ReleaseGlobalMutexes() {
     s_pDateTimeMutex.Clear();
     if (const std::shared_ptr<CTNGCacheMutex> pMutex = s_pCacheMutex.Get()) pMutex->Unlock(true);
     s_pCacheMutex.Clear();
+    CloseKeptFiles();
 }

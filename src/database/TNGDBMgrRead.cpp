@@ -11,6 +11,7 @@
 #include "platform/Memory.h"
 #include "store/TNGCachePaths.h"
 #include "store/TNGDataFile.h"
+#include "store/TNGKeptFile.h"
 #include "store/TNGThumbnailLocation.h"
 
 namespace {
@@ -156,7 +157,7 @@ int CTNGDBMgr::ReadThumbnail(const std::u16string& path, const TNGFoundRecord& f
                                Platform::MEM_COMMIT | Platform::MEM_RESERVE, Platform::PAGE_READWRITE)));
     if (!pBuffer) return kNotRead;
     *peFileType = found.record.m_eFileType;
-    CTNGDataFile file;
+    CTNGDataFile file(&s_keptDataFile);
     TNGBlockTrailer trailer;
     const int result = file.ReadBlockChecked(CachePath(found.record.m_strDataFileName), found.nDataFileKey,
                                              offset, *pSize, trailerOffset, &trailer, pBuffer.get());

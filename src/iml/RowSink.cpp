@@ -31,9 +31,11 @@ void RowSink::Discard() {
 }
 
 PixelPlace RowSink::MakeBitmap(std::uint32_t width, std::uint32_t height) {
-    m_pBitmap = std::make_unique<Bitmap>(static_cast<int>(width), static_cast<int>(height), m_eFormat);
+    // Every row of it is going to be written.
+    m_pBitmap = Bitmap::CreateUninitialised(static_cast<int>(width), static_cast<int>(height), m_eFormat);
     BitmapData pixels;
-    if (m_pBitmap->LockBits(nullptr, ImageLockModeWrite, m_eFormat, &pixels) != Ok) throw std::bad_alloc();
+    if (!m_pBitmap || m_pBitmap->LockBits(nullptr, ImageLockModeWrite, m_eFormat, &pixels) != Ok)
+        throw std::bad_alloc();
     const PixelPlace place{static_cast<std::uint8_t*>(pixels.Scan0), pixels.Stride};
     m_pBitmap->UnlockBits(&pixels);  // the pixels are the bitmap's own and stay where they are
     return place;

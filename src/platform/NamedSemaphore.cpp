@@ -45,6 +45,12 @@ bool IsOwnRegularFile(int nDescriptor) {
            status.st_nlink <= 1;
 }
 
+// It has not been removed. Cheaper than to look whether it is at its path.
+bool HasName(int nDescriptor) {
+    struct stat status {};
+    return fstat(nDescriptor, &status) == 0 && status.st_nlink != 0;
+}
+
 bool IsAnotherPresent(int nDescriptor) {
     struct flock lock {};
     lock.l_type = F_WRLCK;
@@ -173,7 +179,7 @@ bool NamedSemaphore::TryTake() {
 
 bool NamedSemaphore::TakeFile() {
     while (TryFlock(m_nDescriptor)) {
-        if (IsFileAtPath()) return true;
+        if (HasName(m_nDescriptor)) return true;
         flock(m_nDescriptor, LOCK_UN);
         if (!Reopen()) return false;
     }

@@ -47,7 +47,26 @@ int OpenFile(const char* pszPath, int nFlags) {
 int PlainFile::Open(const char16_t* pszPath) {
     Close();
     m_nDescriptor = open(PathToBytes(pszPath).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    return m_nDescriptor >= 0 ? 0 : errno != 0 ? errno : EIO;
+    struct stat status {};
+    if (m_nDescriptor < 0 || fstat(m_nDescriptor, &status) != 0) {
+        const int error = errno != 0 ? errno : EIO;
+        Close();
+        return error;
+    }
+    m_nDevice = status.st_dev;
+    m_nInode = status.st_ino;
+    return 0;
+}
+
+bool PlainFile::IsAt(const char16_t* pszPath) const {
+    struct stat status {};
+    return stat(PathToBytes(pszPath).c_str(), &status) == 0 && status.st_ino == m_nInode &&
+           status.st_dev == m_nDevice;
+}
+
+bool PlainFile::HasName() const {
+    struct stat status {};
+    return fstat(m_nDescriptor, &status) == 0 && status.st_nlink > 0;
 }
 
 void PlainFile::Close() {

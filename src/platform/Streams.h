@@ -20,11 +20,19 @@ class QXPLATFORM_API PlainFile {
     int Open(const char16_t* pszPath);
     void Close();
 
-    /// Reads all of `nBytes` at `nOffset`, or fails.
+    /// Reads all of `nBytes` at `nOffset`, or fails. Several threads may do so at once.
     bool ReadAt(std::int64_t nOffset, void* pOut, std::size_t nBytes) const;
+
+    /// Whether this is still the file at `pszPath`, and no other has taken its place.
+    bool IsAt(const char16_t* pszPath) const;
+
+    /// Whether the file still has a name: it has neither been deleted nor replaced.
+    bool HasName() const;
 
   private:
     int m_nDescriptor = -1;
+    std::uint64_t m_nDevice = 0;
+    std::uint64_t m_nInode = 0;
 };
 
 }  // namespace Platform

@@ -16,6 +16,12 @@ TNGLockHold HoldOf(std::uint32_t key, bool bWrite) {
     return {GetFileLockRegistry().GetFileLock(key, false), bWrite};
 }
 
+std::shared_ptr<const Platform::PlainFile> OpenAnew(const std::u16string& path, int* pnError) {
+    auto pFile = std::make_shared<Platform::PlainFile>();
+    *pnError = pFile->Open(path.c_str());
+    return pFile;
+}
+
 bool HasError(std::FILE* pFile) {
     return ferror_unlocked(pFile) != 0;
 }
@@ -24,7 +30,7 @@ bool HasError(std::FILE* pFile) {
 
 bool CTNGDataFile::Open(const std::u16string& path, bool bRead, bool bCreate) {
     if (bRead) {
-        m_nOpenError = m_readFile.Open(path.c_str());
+        m_pReadFile = m_pKept ? m_pKept->Open(path, &m_nOpenError) : OpenAnew(path, &m_nOpenError);
         if (m_nOpenError != 0)
             m_eStatus = m_nOpenError == ENOENT ? DATA_FILE_NOT_FOUND : DATA_FILE_READ_ERROR;
         return m_nOpenError == 0;
@@ -36,7 +42,7 @@ bool CTNGDataFile::Open(const std::u16string& path, bool bRead, bool bCreate) {
 }
 
 bool CTNGDataFile::Close() {
-    m_readFile.Close();
+    m_pReadFile.reset();
     return !m_pFile || Platform::CloseStream(std::exchange(m_pFile, nullptr));
 }
 
@@ -70,7 +76,7 @@ std::uint32_t CTNGDataFile::WriteDateTime(const std::u16string& path, const Plat
 }
 
 bool CTNGDataFile::ReadAt(std::int32_t nOffset, std::int32_t nSize, void* pOut) {
-    return nOffset >= 0 && nSize > 0 && m_readFile.ReadAt(nOffset, pOut, static_cast<std::size_t>(nSize));
+    return nOffset >= 0 && nSize > 0 && m_pReadFile->ReadAt(nOffset, pOut, static_cast<std::size_t>(nSize));
 }
 
 int CTNGDataFile::ReadBlock(const std::u16string& path, std::uint32_t key, std::int32_t nOffset,

@@ -2,11 +2,13 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 #include "platform/Streams.h"
 #include "platform/Time.h"
 #include "store/TNGBlockTrailer.h"
+#include "store/TNGKeptFile.h"
 #include "store/TNGOpenError.h"
 
 /// Outcome of the last operation on a data file.
@@ -26,12 +28,13 @@ struct TNGThumbnailBytes {
 };
 
 /// Reads and writes files that are bytes at an offset: the data files of thumbnails, and the date-time file.
-/// Every operation opens, works and closes. Operations on blocks take the lock of the file, by its key,
-/// for at most 2000 ms. Offsets and sizes are in bytes; reading a block answers 0 for success, 1 for
-/// failure. See docs/cache-format.md.
+/// Every operation opens, works and closes, unless files are kept open. Operations on blocks take the lock of
+/// the file, by its key, for at most 2000 ms. Offsets and sizes are in bytes; reading a block answers 0 for
+/// success, 1 for failure. See docs/cache-format.md.
 class CTNGDataFile {
   public:
-    CTNGDataFile() = default;
+    /// With `pKept`, which outlives the object, files are read through that.
+    explicit CTNGDataFile(TNGKeptFile* pKept = nullptr) : m_pKept(pKept) {}
     ~CTNGDataFile() { Close(); }
     CTNGDataFile(const CTNGDataFile&) = delete;
     CTNGDataFile& operator=(const CTNGDataFile&) = delete;
@@ -75,8 +78,9 @@ class CTNGDataFile {
     std::int32_t WriteBlock(const TNGBlockTrailer& trailer, const TNGThumbnailBytes& extraLarge,
                             const TNGThumbnailBytes& large, const TNGThumbnailBytes& small);
 
-    Platform::PlainFile m_readFile;  // while reading
-    std::FILE* m_pFile = nullptr;    // while writing
+    TNGKeptFile* m_pKept;
+    std::shared_ptr<const Platform::PlainFile> m_pReadFile;  // while reading
+    std::FILE* m_pFile = nullptr;                            // while writing
     TNGDataFileStatus m_eStatus = DATA_FILE_OK;
     int m_nOpenError = 0;  // the errno value, of a file to be read
 };

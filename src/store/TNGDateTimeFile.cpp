@@ -17,7 +17,7 @@ constexpr char16_t s_szLogSource[] = u"TNGDBMgr";
 
 // A time that no other can follow comes of damage; the present time takes its place.
 bool ReadTime(Platform::FILETIME* pTime) {
-    CTNGDataFile file;
+    CTNGDataFile file(&s_keptDateTimeFile);
     if (file.ReadDateTime(s_strDateTimeFilePath.Get(), pTime) != QXTNG_SUCCESS) return false;
     const Platform::FILETIME next = Platform::NextFileTime(*pTime);
     return Platform::CompareFileTime(&next, pTime) > 0;

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "FlatApi.h"
+#include "NativeImage.h"
 
 namespace Gdiplus {
 
@@ -79,6 +80,11 @@ float Image::GetVerticalResolution() const {
 
 Bitmap::Bitmap(int nWidth, int nHeight, PixelFormat format) : Image(nullptr, Ok) {
     SetStatus(GdipCreateBitmapFromScan0(nWidth, nHeight, 0, format, nullptr, &m_pNativeImage));
+}
+
+std::unique_ptr<Bitmap> Bitmap::CreateUninitialised(int nWidth, int nHeight, PixelFormat format) {
+    std::unique_ptr<GpImage> pImage = GpImage::CreateUninitialised(nWidth, nHeight, format);
+    return pImage ? std::make_unique<Bitmap>(pImage.release()) : nullptr;
 }
 
 Bitmap::Bitmap(GpImage* pNativeImage) : Image(pNativeImage, Ok) {}

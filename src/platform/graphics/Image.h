@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 
 #include "../Export.h"
 #include "GdiplusTypes.h"
@@ -64,6 +65,9 @@ class QXPLATFORM_API Bitmap : public Image {
   public:
     /// A new picture in one of the two formats. GetLastStatus() tells whether it could be made.
     Bitmap(int nWidth, int nHeight, PixelFormat format);
+
+    /// A new picture whose pixels have to be written before they are read. Null if it could not be made.
+    static std::unique_ptr<Bitmap> CreateUninitialised(int nWidth, int nHeight, PixelFormat format);
 
     /// Takes over a native picture.
     explicit Bitmap(GpImage* pNativeImage);

@@ -19,7 +19,12 @@ std::unique_ptr<GpImage> GpImage::CreateUninitialised(std::int64_t width, std::i
     pImage->m_eFormat = format;
     pImage->m_nStride = (static_cast<std::size_t>(width) * BytesPerPixel(format) + 3) / 4 * 4;
     pImage->m_pPixels.reset(static_cast<std::uint8_t*>(std::malloc(pImage->m_nStride * pImage->m_nHeight)));
-    return pImage->m_pPixels ? std::move(pImage) : nullptr;
+    if (!pImage->m_pPixels) return nullptr;
+    // What fills a row up is nobody's to write, but is copied with it.
+    const std::size_t used = static_cast<std::size_t>(width) * BytesPerPixel(format);
+    for (std::size_t y = 0; used < pImage->m_nStride && y < pImage->m_nHeight; ++y)
+        std::memset(pImage->Row(y) + used, 0, pImage->m_nStride - used);
+    return pImage;
 }
 
 std::unique_ptr<GpImage> GpImage::Create(std::int64_t width, std::int64_t height, PixelFormat format) {

@@ -16,6 +16,10 @@ class GpImage {
     /// 2^31 - 1 pixels in a direction, or there is no memory.
     static std::unique_ptr<GpImage> Create(std::int64_t width, std::int64_t height, PixelFormat format);
 
+    /// The same, but its pixels have to be written before they are read.
+    static std::unique_ptr<GpImage> CreateUninitialised(std::int64_t width, std::int64_t height,
+                                                        PixelFormat format);
+
     std::unique_ptr<GpImage> Clone() const;
 
     std::uint32_t Width() const { return m_nWidth; }
@@ -32,9 +36,6 @@ class GpImage {
     struct FreePixels {
         void operator()(std::uint8_t* pPixels) const { std::free(pPixels); }
     };
-
-    static std::unique_ptr<GpImage> CreateUninitialised(std::int64_t width, std::int64_t height,
-                                                        PixelFormat format);
 
     std::uint32_t m_nWidth = 0;
     std::uint32_t m_nHeight = 0;
