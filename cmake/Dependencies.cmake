@@ -8,6 +8,7 @@ find_package(CLI11 REQUIRED)
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(WEBP REQUIRED IMPORTED_TARGET libwebp)
+pkg_check_modules(ISAL REQUIRED IMPORTED_TARGET libisal)
 pkg_check_modules(HWY REQUIRED libhwy)
 
 if(QXTNG_BUILD_TESTS)

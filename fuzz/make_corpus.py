@@ -85,6 +85,23 @@ def pngs():
                        + clear + chunk(b"IDAT", zlib.compress(pixels)) + chunk(b"IEND", b""))
 
 
+def png_rows():
+    """Scanlines with every filter, plain and compressed, behind what tells how to take them."""
+    bits_per_pixel = (1, 2, 4, 8, 16, 24, 48, 1, 2, 4, 8, 16, 32, 32, 64)
+    for kind, bits in enumerate(bits_per_pixel):
+        for width in (5, 40):
+            row = bytes(i * 37 % 256 for i in range((width * bits + 7) // 8))
+            scanlines = b"".join(bytes([y % 5]) + row for y in range(30))
+            yield f"rows-{kind}-{width}", bytes([kind, width - 1, 6]) + scanlines
+            yield f"transparent-{kind}-{width}", bytes([kind, width - 1, 32 + 8]) + scanlines
+            if bits < 24:
+                continue
+            for level, strategy in ((0, 0), (1, 0), (9, 0), (6, zlib.Z_FIXED), (6, zlib.Z_HUFFMAN_ONLY)):
+                deflate = zlib.compressobj(level, zlib.DEFLATED, -15, 9, strategy)
+                data = deflate.compress(scanlines) + deflate.flush()
+                yield f"data-{kind}-{width}-{level}-{strategy}", bytes([kind, width - 1, 16 + 9]) + data
+
+
 def text(value):
     return struct.pack("<I", len(value)) + value.encode("utf-16-le")
 
@@ -140,6 +157,7 @@ def main():
         sys.exit(__doc__.splitlines()[0])
     seeds = list(cache_seeds()) + list(test_data()) + list(pictures())
     seeds += [("png", name, data) for name, data in pngs()]
+    seeds += [("pngrows", name, data) for name, data in png_rows()]
     for target, name, data in seeds:
         corpus = pathlib.Path(sys.argv[1]) / target
         corpus.mkdir(parents=True, exist_ok=True)

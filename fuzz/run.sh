@@ -8,7 +8,7 @@ seconds=${1:-30}
 shift || true
 build=${QXTNG_FUZZ_BUILD:-build-fuzz}
 targets=("$@")
-[ ${#targets[@]} -gt 0 ] || targets=(datetime index list bmp gif jpeg jpegreduced png tiff webp)
+[ ${#targets[@]} -gt 0 ] || targets=(datetime index list bmp gif jpeg jpegreduced png pngrows tiff webp)
 
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++-14 \
     -DQXTNG_BUILD_FUZZERS=ON -DQXTNG_SANITIZE=fuzzer-no-link,address,undefined >/dev/null

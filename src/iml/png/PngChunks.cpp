@@ -14,16 +14,16 @@ constexpr std::string_view kNeeded[] = {"IHDR", "PLTE", "tRNS"};
 
 }  // namespace
 
-bool FindPictureChunks(ByteSource& source, RangesSource& chunks) {
+std::optional<std::uint64_t> FindPictureChunks(ByteSource& source, RangesSource& chunks) {
     chunks.Append(0, kSignatureSize);
     std::uint64_t offset = kSignatureSize;
     for (int i = 0; i < kMaxChunks; ++i) {
         std::uint8_t header[8];
-        if (!source.ReadAllAt(offset, header, sizeof header)) return false;
+        if (!source.ReadAllAt(offset, header, sizeof header)) return std::nullopt;
         const std::string_view type(reinterpret_cast<const char*>(header) + 4, 4);
         if (type == "IDAT") {
             chunks.Append(offset, source.Size());
-            return true;
+            return offset;
         }
         const std::uint32_t length = std::uint32_t{header[0]} << 24 | std::uint32_t{header[1]} << 16 |
                                      std::uint32_t{header[2]} << 8 | header[3];
@@ -31,5 +31,5 @@ bool FindPictureChunks(ByteSource& source, RangesSource& chunks) {
         if (std::ranges::find(kNeeded, type) != std::end(kNeeded)) chunks.Append(offset, next);
         offset = next;
     }
-    return false;
+    return std::nullopt;
 }

@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "PngReader.h"
+#include "PngRows.h"
 #include "iml/Codec.h"
 #include "iml/Limits.h"
 
@@ -72,11 +73,14 @@ class InterlacedRows {
 bool Decode(ByteSource& source, const PictureInfo& info, RowSink& sink) {
     PngReader reader(source);
     PictureInfo header;
-    if (!reader.ReadHeader(header) || header.alpha != info.alpha || !reader.StartRows()) return false;
+    if (!reader.ReadHeader(header) || header.alpha != info.alpha) return false;
     RowShape shape;
     shape.width = header.width;
     shape.height = header.height;
     if (header.alpha) shape.format = Gdiplus::PixelFormat32bppARGB;
+    const PngPixels pixels = reader.Pixels();
+    if (pixels.IsKnown() && DecodePngRows(source, reader.ImageData(), pixels, shape, sink)) return true;
+    if (!reader.StartRows()) return false;
     sink.Begin(shape);
     if (!reader.IsInterlaced()) return DecodeInOrder(reader, header.height, sink);
     const std::uint64_t keptBytes = (std::uint64_t{header.height} + 1) / 2 * reader.RowBytes();

@@ -30,7 +30,7 @@ bool RunPng(png_structp pPng, Call call) {
 
 PngReader::PngReader(ByteSource& source)
     : m_chunks(source),
-      m_bChunksFound(FindPictureChunks(source, m_chunks)),
+      m_nImageData(FindPictureChunks(source, m_chunks)),
       m_piece(static_cast<std::size_t>(std::min<std::uint64_t>(kPieceSize, m_chunks.Size()))) {
     m_pPng = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, JumpOnError, IgnoreWarning);
     if (m_pPng) m_pInfo = png_create_info_struct(m_pPng);
@@ -60,7 +60,7 @@ void PngReader::ReadBytes(png_structp pPng, png_bytep pOut, std::size_t nBytes) 
 
 bool PngReader::ReadHeader(PictureInfo& info) {
     if (!m_pInfo) throw std::bad_alloc();
-    if (!m_bChunksFound) return false;
+    if (!m_nImageData) return false;
     const bool read = RunPng(m_pPng, [this] {
         png_set_read_fn(m_pPng, this, &ReadBytes);
         png_set_user_limits(m_pPng, png_uint_32{kMaxSide}, png_uint_32{kMaxSide});
@@ -70,8 +70,7 @@ bool PngReader::ReadHeader(PictureInfo& info) {
     if (!read) return false;
     info.width = png_get_image_width(m_pPng, m_pInfo);
     info.height = png_get_image_height(m_pPng, m_pInfo);
-    info.alpha = (png_get_color_type(m_pPng, m_pInfo) & PNG_COLOR_MASK_ALPHA) != 0 ||
-                 png_get_valid(m_pPng, m_pInfo, PNG_INFO_tRNS) != 0;
+    info.alpha = Pixels().HasAlpha();
     m_bInterlaced = png_get_interlace_type(m_pPng, m_pInfo) != PNG_INTERLACE_NONE;
     return IsAcceptableSize(info.width, info.height);
 }

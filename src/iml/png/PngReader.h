@@ -3,8 +3,10 @@
 #include <png.h>
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
+#include "PngPixels.h"
 #include "iml/ByteSource.h"
 #include "iml/Codec.h"
 #include "iml/RangesSource.h"
@@ -19,6 +21,12 @@ class PngReader {
 
     /// Reads everything before the pixels. False if it is damaged.
     bool ReadHeader(PictureInfo& info);
+
+    /// Where the first IDAT chunk begins in the source, after the header.
+    std::uint64_t ImageData() const { return *m_nImageData; }
+
+    /// How the pixels are stored, after the header.
+    PngPixels Pixels() const { return PngPixels(m_pPng, m_pInfo); }
 
     /// Sets up the conversion of rows, after the header. False if that fails.
     bool StartRows();
@@ -35,7 +43,7 @@ class PngReader {
     static void ReadBytes(png_structp pPng, png_bytep pOut, std::size_t nBytes);
 
     RangesSource m_chunks;  // what libpng gets to see
-    bool m_bChunksFound;
+    std::optional<std::uint64_t> m_nImageData;
     std::uint64_t m_nOffset = 0;        // of the piece
     std::vector<std::uint8_t> m_piece;  // bytes read ahead
     std::size_t m_nPieceSize = 0;
