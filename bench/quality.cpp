@@ -34,7 +34,7 @@ Raster OnWhite(const Raster& picture) {
 Likeness Compare(const Raster& picture, const Raster& whole) {
     const Raster best = TestSupport::ReferenceResample(whole, {picture.nWidth, picture.nHeight, 3});
     const Raster shown = OnWhite(picture);
-    return {TestSupport::LumaSsim(shown, best), std::min(kEqual, TestSupport::LumaPsnr(shown, best))};
+    return {Bench::LumaSsim(shown, best), std::min(kEqual, Bench::LumaPsnr(shown, best))};
 }
 
 void PrintRow(const std::string& name, const Likeness (&likeness)[4]) {

@@ -1,19 +1,8 @@
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cstdlib>
 #include <deque>
-#include <mutex>
 #include <random>
-#include <thread>
-#include <vector>
 
 #include "BackgroundCalls.h"
-#include "CacheCheck.h"
-#include "platform/graphics/Image.h"
-#include "support/ImageRaster.h"
-#include "support/PictureWriter.h"
-#include "support/TemporaryFolder.h"
+#include "CacheInUse.h"
 
 namespace {
 
@@ -23,71 +12,34 @@ constexpr int kPictures = 24;
 constexpr int kWorkers = 16;
 constexpr int kRequests = 60;  // a worker
 
-// Pictures of one colour each, in several folders and formats.
-class Pictures {
-  public:
-    Pictures() {
-        for (int i = 0; i < kPictures; ++i) {
-            Raster raster(300, 200, 3);
-            for (std::size_t at = 0; at < raster.pixels.size(); ++at)
-                raster.pixels[at] = Colour(i)[at % 3];
-            const std::string name = std::to_string(i % 3) + "/" + std::to_string(i);
-            m_paths.push_back(i % 4 == 0 ? m_folder.Add(name + ".png", MakePng(raster))
-                                         : m_folder.Add(name + ".jpg", MakeJpeg(raster)));
-        }
-    }
-    const std::u16string& operator[](int i) const { return m_paths[static_cast<std::size_t>(i)]; }
-
-    static std::array<std::uint8_t, 3> Colour(int i) {
-        return {static_cast<std::uint8_t>(i * 10), static_cast<std::uint8_t>(250 - i * 10),
-                static_cast<std::uint8_t>(i % 2 * 200)};
-    }
-
-    static bool IsOf(int i, const Raster& made, std::uint32_t nWidth) {
-        if (made.nWidth != nWidth) return false;
-        for (std::size_t x = 0; x < made.nWidth; ++x) {
-            for (std::size_t c = 0; c < 3; ++c) {
-                if (std::abs(made.Row(made.nHeight / 2)[x * made.nChannels + c] - Colour(i)[c]) > 6)
-                    return false;
-            }
-        }
-        return true;
-    }
-
-  private:
-    TemporaryFolder m_folder;
-    std::vector<std::u16string> m_paths;
-};
-
-// One worker after the other, each with a chain of requests that callbacks file.
+// A chain of requests on one worker that callbacks file.
 struct Chain : Request {
-    const Pictures* pPictures = nullptr;
+    const Gallery* pGallery = nullptr;
     std::minstd_rand random;
     std::atomic<int> nAccepted{0};
     std::atomic<int> nDone{0};
     std::atomic<int> nWrong{0};
     std::atomic<bool> bOver{false};  // no callback will file any more
     int nPicture = 0;
-    TNGSize box{};
 
     // Until one is accepted. False if the worker is being stopped, or all is done.
     bool FileNext() {
         if (nAccepted == kRequests) return false;
         nPicture = static_cast<int>(random() % kPictures);
-        box = random() % 4 == 0 ? TNGSize{200, 200} : TNGSize{160, 160};
-        const std::uint32_t eForm = random() % 2 == 0 ? TNG_OUTPUT_IMAGE : TNG_OUTPUT_ARGB;
+        const std::uint32_t side = random() % 4 == 0 ? 200 : 160;
         ++nAccepted;
-        if (File((*pPictures)[nPicture], box, eForm) == QXTNG_SUCCESS) return true;
+        if (File(pGallery->Path(nPicture), {side, side}, random() % 2 ? TNG_OUTPUT_IMAGE : TNG_OUTPUT_ARGB) ==
+            QXTNG_SUCCESS)
+            return true;
         --nAccepted;
         return false;
     }
 
-    void Begin(const Pictures& pictures, unsigned nSeed) {
-        pPictures = &pictures;
+    void Begin(const Gallery& gallery, unsigned nSeed) {
+        pGallery = &gallery;
         random.seed(nSeed);
         then = [this](Request&) {
-            const Raster made = TakeResult(record);
-            if (!Pictures::IsOf(nPicture, made, box.nWidth)) ++nWrong;
+            nWrong += NumberShownBy(TakeResult(record)) != nPicture;
             ++nDone;
             if (!FileNext()) bOver = true;
         };
@@ -95,71 +47,40 @@ struct Chain : Request {
     }
 };
 
-// Keeps changing what the cache is until it is told to stop.
-class Troublemaker {
-  public:
-    Troublemaker() : m_thread([this] { Work(); }) {}
-    ~Troublemaker() {
-        m_bStop = true;
-        m_thread.join();
-        EXPECT_EQ(ReleaseCacheLock(), QXTNG_SUCCESS);
-        EXPECT_EQ(SetCacheEnabled(1), QXTNG_SUCCESS);
-        EXPECT_EQ(ShutDown(), QXTNG_SUCCESS);
-        for (const TemporaryFolder& folder : m_folders)
-            EXPECT_EQ(CacheCheck::CheckCache(folder.Path()).errors, 0u);
+// Changes what the cache is until it is told to stop.
+void MakeTrouble(const CacheInUse& cache, const TemporaryFolder& other, const std::atomic<bool>& bStop) {
+    std::minstd_rand random(7);
+    for (int i = 0; !bStop; ++i) {
+        const unsigned nChoice = random() % 4;
+        if (nChoice == 0) SetCacheFolder(TextOf(i % 2 ? cache.Path() : other.Path()).c_str());
+        if (nChoice <= 1) SetCacheEnabled(random() % 3 != 0);
+        if (nChoice == 2) LockCache();
+        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 8));
+        if (nChoice == 2) ReleaseCacheLock();
     }
-
-  private:
-    void Work() {
-        std::minstd_rand random(7);
-        for (int i = 0; !m_bStop; ++i) {
-            const unsigned nChoice = i == 0 ? 0 : random() % 4;
-            if (nChoice == 0) SetCacheFolder(TextOf(m_folders[i / 4 % 2].Path()).c_str());
-            if (nChoice <= 1) SetCacheEnabled(i == 0 || random() % 3 != 0);
-            if (nChoice == 2) LockCache();
-            std::this_thread::sleep_for(std::chrono::milliseconds(random() % 8));
-            if (nChoice == 2) ReleaseCacheLock();
-        }
-    }
-
-    std::array<TemporaryFolder, 2> m_folders;
-    std::atomic<bool> m_bStop{false};
-    std::thread m_thread;
-};
-
-// Requests of the foreground, meanwhile.
-void AskInForeground(const Pictures& pictures, const std::atomic<bool>& bStop) {
-    std::minstd_rand random(9);
-    while (!bStop) {
-        const int nPicture = static_cast<int>(random() % kPictures);
-        Gdiplus::Image* pImage = nullptr;
-        int eOrigin = 0;
-        int bDefault = 0;
-        const std::uint32_t result = QXGenerateThumbnailImageInForeGround(
-            pictures[nPicture].c_str(), {160, 160}, TNG_SOURCE_DECODE_ONLY, &pImage, &eOrigin, &bDefault);
-        const Raster made = RasterOf(pImage);
-        delete pImage;
-        if (result == QXTNG_SUCCESS) {
-            EXPECT_TRUE(Pictures::IsOf(nPicture, made, 160));
-        } else {
-            EXPECT_EQ(result, QXTNG_ERROR_CACHE_LOCKED);
-        }
-    }
+    SetCacheEnabled(1);
 }
 
 // Every request that is accepted and not stopped gets exactly one callback, with the right picture.
 TEST(BackgroundLoad, NoCallbackIsLostOrDoubled) {
-    const Pictures pictures;
+    const Gallery gallery(kPictures, 0);
     std::deque<Chain> finished(kWorkers);
     std::deque<Chain> stopped(kWorkers / 2);
-    std::atomic<bool> bStop{false};
+    const TemporaryFolder other;
     {
-        const Troublemaker trouble;
-        std::thread foreground([&] { AskInForeground(pictures, bStop); });
+        const CacheInUse cache;
+        std::atomic<bool> bStop{false};
+        std::thread trouble([&] { MakeTrouble(cache, other, bStop); });
+        std::thread foreground([&] {
+            for (int i = 0; !bStop; i = (i + 1) % kPictures) {
+                const Thumbnail made = MakeDecoded(gallery.Path(i));
+                EXPECT_TRUE(made.result == QXTNG_ERROR_CACHE_LOCKED || gallery.Shows(made, i));
+            }
+        });
         std::minstd_rand random(3);
         for (std::size_t i = 0; i < finished.size(); ++i) {
-            finished[i].Begin(pictures, static_cast<unsigned>(random()));
-            if (i % 2 == 0) stopped[i / 2].Begin(pictures, static_cast<unsigned>(random()));
+            finished[i].Begin(gallery, static_cast<unsigned>(random()));
+            if (i % 2 == 0) stopped[i / 2].Begin(gallery, static_cast<unsigned>(random()));
         }
         for (Chain& chain : stopped) {
             std::this_thread::sleep_for(std::chrono::milliseconds(random() % 20));
@@ -168,7 +89,11 @@ TEST(BackgroundLoad, NoCallbackIsLostOrDoubled) {
         for (Chain& chain : finished)
             EXPECT_TRUE(Eventually([&] { return chain.bOver.load(); })) << "a callback was lost";
         bStop = true;
+        trouble.join();
         foreground.join();
+        EXPECT_EQ(ShutDown(), QXTNG_SUCCESS);
+        EXPECT_EQ(cache.Findings(false), "");
+        EXPECT_EQ(CacheCheck::CheckCache(other.Path()).errors, 0u);
     }
     for (const Chain& chain : finished) {
         EXPECT_EQ(chain.nAccepted, kRequests);

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
-#include <array>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -11,8 +7,6 @@
 #include "CacheCheck.h"
 #include "api/Thumbnail.h"
 #include "support/CodedPicture.h"
-#include "support/PictureWriter.h"
-#include "support/Quality.h"
 #include "support/TemporaryFolder.h"
 
 namespace TestSupport {
@@ -48,30 +42,6 @@ class CacheInUse {
   private:
     TemporaryFolder m_folder;
 };
-
-/// A gradient between four colours, which say the number whatever size it is shown at.
-inline Raster NumberedPicture(std::uint32_t nWidth, std::uint32_t nHeight, int number) {
-    std::array<double, 12> corners{};
-    auto random = static_cast<std::uint32_t>(number) * 2654435761u + 1;
-    for (double& corner : corners)
-        corner = (random = random * 1664525u + 1013904223u) >> 24;
-    Raster picture(nWidth, nHeight, 3);
-    std::size_t i = 0;
-    for (std::uint32_t y = 0; y < nHeight; ++y) {
-        for (std::uint32_t x = 0; x < nWidth; ++x) {
-            const double a = (x + 0.5) / nWidth, b = (y + 0.5) / nHeight;
-            for (std::size_t c = 0; c < 3; ++c) {
-                const double top = corners[c] * (1 - a) + corners[c + 3] * a;
-                const double bottom = corners[c + 6] * (1 - a) + corners[c + 9] * a;
-                picture.pixels[i++] = static_cast<std::uint8_t>(top * (1 - b) + bottom * b);
-            }
-        }
-    }
-    return picture;
-}
-
-/// dB: two pictures of one content differ by less, two of different ones by far more.
-inline constexpr double kSameContent = 28;
 
 inline Thumbnail MakeDecoded(const std::u16string& path, std::uint32_t box = 160) {
     return Make(TNG_OUTPUT_IMAGE, path, {box, box}, TNG_SOURCE_DECODE_ONLY);

@@ -92,12 +92,6 @@ class Installation {
         const char16_t* m_pszPath = nullptr;
     };
 
-    void Stop(unsigned nThreadId) const {
-        const auto pfn =
-            reinterpret_cast<std::uint32_t (*)(unsigned)>(dlsym(m_hLibrary, "QXStopBackGroundThread"));
-        EXPECT_EQ(pfn ? pfn(nThreadId) : ~0u, QXTNG_SUCCESS);
-    }
-
     // Whether the process has anything of this folder in its memory.
     bool IsMapped() const {
         std::ifstream file("/proc/self/maps");
@@ -203,9 +197,6 @@ TEST(LibraryPresence, AProcessThatEndsFreesItsOwnHoldOnly) {
 
 // Workers that are busy, idle, or stopped and not yet gone: none of them runs on without its code.
 TEST(LibraryPresence, WorkersAreGoneWhenTheLibraryIs) {
-    const auto countThreads = [] {
-        return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
-    };
     Installation installation;  // in the first rounds without an image library, which workers look for
     std::vector<std::ptrdiff_t> threads;  // left after each round
     for (int i = 0; i < 16; ++i) {
@@ -213,11 +204,13 @@ TEST(LibraryPresence, WorkersAreGoneWhenTheLibraryIs) {
         Installation::Chain chains[4];
         for (Installation::Chain& chain : chains) {
             EXPECT_EQ(chain.Begin(installation, &chain != chains), QXTNG_SUCCESS);
-            if (i % 2 == 1 && &chain == chains) installation.Stop(chain.nThreadId);
+            if (i % 2 == 1 && &chain == chains) {
+                EXPECT_EQ(installation.Call("QXStopBackGroundThread", chain.nThreadId), QXTNG_SUCCESS);
+            }
         }
         installation.Close();
         EXPECT_FALSE(installation.IsMapped());
-        threads.push_back(countThreads());
+        threads.push_back(EntriesOf("/proc/self/task"));
         installation.Open();
     }
     EXPECT_EQ(threads, std::vector(threads.size(), threads[0]));

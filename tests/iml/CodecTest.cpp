@@ -5,12 +5,12 @@
 #include <tiff.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 
 #include "platform/graphics/Image.h"
+#include "support/ImageRaster.h"
 #include "support/PictureFiles.h"
 
 namespace {
@@ -34,20 +34,6 @@ struct Decoded {
     Raster picture;
 };
 
-Raster TakePicture(RowSink& sink, bool alpha) {
-    const std::unique_ptr<Gdiplus::Bitmap> pBitmap = sink.Finish();
-    if (!pBitmap) return {};
-    Raster picture(pBitmap->GetWidth(), pBitmap->GetHeight(), alpha ? 4 : 3);
-    Gdiplus::BitmapData pixels;
-    pBitmap->LockBits(nullptr, Gdiplus::ImageLockModeRead, pBitmap->GetPixelFormat(), &pixels);
-    for (unsigned y = 0; y < pixels.Height; ++y) {
-        const auto* pRow = static_cast<const std::uint8_t*>(pixels.Scan0) + std::ptrdiff_t{pixels.Stride} * y;
-        std::memcpy(picture.Row(y), pRow, picture.Stride());
-    }
-    pBitmap->UnlockBits(&pixels);
-    return picture;
-}
-
 Gdiplus::PixelFormat FormatOf(bool alpha) {
     return alpha ? Gdiplus::PixelFormat32bppARGB : Gdiplus::PixelFormat24bppRGB;
 }
@@ -60,16 +46,8 @@ Decoded Decode(const Codec& codec, const Bytes& file, std::uint32_t nWidth = 0, 
     RowSink sink(nWidth, nHeight, FormatOf(result.info.alpha));
     result.complete = codec.decode(source, result.info, sink);
     result.nRows = sink.RowsTaken();
-    result.picture = TakePicture(sink, result.info.alpha);
+    result.picture = RasterOf(sink.Finish().get());
     return result;
-}
-
-int LargestDifference(const Raster& one, const Raster& other) {
-    if (one.pixels.size() != other.pixels.size() || one.nWidth != other.nWidth) return 256;
-    int largest = 0;
-    for (std::size_t i = 0; i < one.pixels.size(); ++i)
-        largest = std::max(largest, std::abs(one.pixels[i] - other.pixels[i]));
-    return largest;
 }
 
 const Raster& Colours() {
@@ -306,7 +284,7 @@ TEST(Codec, ReducesWebp) {
         sink.Begin({640, 480, FormatOf(pPicture == &alpha)});
         for (std::uint32_t y = 0; y < 480; ++y)
             sink.AddRow(pPicture->Row(y));
-        const Raster expected = TakePicture(sink, pPicture == &alpha);
+        const Raster expected = RasterOf(sink.Finish().get());
         for (const bool lossless : {false, true}) {
             const Decoded decoded = Decode(kWebpCodec, MakeWebp(*pPicture, lossless), 40, 30);
             EXPECT_TRUE(decoded.complete);

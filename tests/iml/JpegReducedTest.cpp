@@ -80,7 +80,8 @@ Reduced ReduceByFormula(const Bytes& file, std::uint32_t eighths) {
     });
 }
 
-// Samples are rounded before they become colours, which makes 2 of 1 for blue, and the sink's filter overshoots.
+// Samples are rounded before they become colours, which makes 2 of 1 for blue, and the sink's filter
+// overshoots.
 constexpr int kRounding = 3;
 
 // The file as baseline, in which no coefficient is left but DC.

@@ -6,30 +6,9 @@
 #include <thread>
 #include <vector>
 
-#include "common/TNGFileInfo.h"
 #include "locks/TNGAutoMutexPtr.h"
 
 namespace {
-
-TEST(FileLockRegistry, HasALockForEachKeyAndTable) {
-    CTNGFileLockRegistry& registry = GetFileLockRegistry();
-    const TNGFileLock pLock = registry.GetFileLock(7, true);
-    EXPECT_EQ(registry.GetFileLock(7, true), pLock);
-    EXPECT_NE(registry.GetFileLock(7, false), pLock);
-    EXPECT_NE(registry.GetFileLock(8, true), pLock);
-    EXPECT_EQ(GetFileLockForPath(u"/c/1.db", false),
-              registry.GetFileLock(CTNGFileInfo::GetHashCode(u"/c/1.db"), false));
-    EXPECT_EQ(registry.IsFileLocked(9, true), 0);
-    EXPECT_EQ(pLock->Lock(TNG_LOCK_READ, 0), 1);
-    EXPECT_EQ(registry.IsFileLocked(7, true), 1);
-    EXPECT_EQ(registry.IsFileLocked(7, false), 0);
-    ReleaseFileLockRegistry();
-    EXPECT_EQ(pLock->IsLocked(nullptr), 0) << "every hold was given up";
-    EXPECT_EQ(GetFileLockRegistry().IsFileLocked(7, true), 0);
-    EXPECT_NE(GetFileLockRegistry().GetFileLock(7, true), pLock) << "the new one is empty";
-    ReleaseFileLockRegistry();
-    ReleaseFileLockRegistry();
-}
 
 TEST(FileLockRegistry, ALockOutlivesItsEntry) {
     CTNGFileLockRegistry& registry = GetFileLockRegistry();

@@ -12,20 +12,13 @@
 #include "locks/LockName.h"
 #include "locks/OtherProcess.h"
 #include "locks/TNGAutoMutexPtr.h"
-#include "support/LogCapture.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using TestSupport::LockName;
-using TestSupport::LogCapture;
 using TestSupport::OtherProcess;
 using Clock = std::chrono::steady_clock;
-using Lines = std::vector<std::string>;
-
-std::size_t OpenDescriptors() {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
-}
 
 // Tries to lock, from another process, what a test holds.
 bool IsFree(const OtherProcess& player) {
@@ -64,43 +57,6 @@ TEST(Mutex, GoesThroughItsStates) {
         }
         pMutex.reset();
         EXPECT_TRUE(IsFree(player)) << "gone with its hold";
-    }
-}
-
-TEST(Mutex, Logs) {
-    const LockName name;
-    const std::string bytes = "6 " + name.Bytes();
-    LogCapture log(1u << 2 | 1u << 6);
-    {
-        CTNGMutex first(name.Text());
-        EXPECT_EQ(log.Take(), (Lines{"6 :constructor Called on Mutex", bytes}));
-        {
-            CTNGMutex second(name.Text());
-            EXPECT_EQ(log.Take(),
-                      (Lines{"6 :constructor Called on Mutex", bytes, bytes, "6 :Mutex already Exist"}));
-            EXPECT_EQ(first.Lock(TNG_LOCK_WRITE, 0), 1);
-            EXPECT_EQ(first.Lock(TNG_LOCK_READ, 0), 0);
-            EXPECT_TRUE(second.WaitUntillFree(0, 0));
-            EXPECT_FALSE(first.WaitUntillFree(0, 0));
-            EXPECT_EQ(log.Take(), Lines{});
-            EXPECT_EQ(second.Lock(TNG_LOCK_READ, 10), 0);
-            EXPECT_EQ(log.Take(), (Lines{"6 Mutex Lock Failed:", bytes}));
-        }
-        EXPECT_EQ(log.Take(), (Lines{bytes, "6 :Destructor Called on Mutex"}));
-        EXPECT_FALSE(first.WaitUntillFree(30, 10));
-        const std::string sleep = "6 ---WaitUntillFree-->goes to sleep---";
-        EXPECT_EQ(log.Take(), (Lines{sleep, sleep, sleep, "6 ---WaitUntillFree-->wait failed---"}));
-        EXPECT_EQ(first.Lock(TNG_LOCK_WRITE, 40), 0);
-        Lines lines = log.Take();
-        ASSERT_EQ(lines.size(), 24u) << "20 sleeps, the end of the wait, and what the lock says of it";
-        EXPECT_EQ(Lines(lines.end() - 3, lines.end()), (Lines{bytes, "6 :Wait failed", "2 CTNGMutex::Lock"}));
-        std::thread owner([&] {
-            std::this_thread::sleep_for(20ms);
-            first.Unlock(false);
-        });
-        EXPECT_EQ(first.Lock(TNG_LOCK_READ, TNG_WAIT_FOREVER), 1);
-        owner.join();
-        EXPECT_EQ(log.Take(), (Lines{sleep, "6 ---WaitUntillFree-->wait over---"}));
     }
 }
 
@@ -181,16 +137,46 @@ TEST(Mutex, KeepsManyThreadsInOrder) {
 }
 
 // There is one for each cache file, so thousands of them.
-TEST(Mutex, PrivateOnesCostLittle) {
-    constexpr std::size_t kSemaphore = 16;
-    EXPECT_LT(sizeof(CTNGMutex) + kSemaphore, 200u);
-    const std::size_t before = OpenDescriptors();
+TEST(Mutex, PrivateOnesTakeNoDescriptors) {
+    const auto descriptors = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    };
+    const auto before = descriptors();
     std::vector<std::unique_ptr<CTNGMutex>> mutexes;
     for (int i = 0; i < 2000; ++i) {
         mutexes.push_back(std::make_unique<CTNGMutex>());
         EXPECT_EQ(mutexes.back()->Lock(TNG_LOCK_WRITE, 0), 1) << "none blocks another";
     }
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(descriptors(), before);
+}
+
+TEST(AutoMutex, TakesAndGivesBackItsOwnHold) {
+    CTNGMutex mutex;
+    {
+        CTNGAutoMutexPtr hold(&mutex, false, 0, true);
+        EXPECT_EQ(hold.IsLocked(), 1);
+        EXPECT_EQ(hold.GetLocked(true), 0) << "it has a hold already";
+        EXPECT_EQ(hold.IsLocked(), 1) << "which stays";
+        { const CTNGAutoMutexPtr inner(&mutex, false, 0, true); }
+        EXPECT_EQ(mutex.IsLocked(nullptr), 1) << "not the other one's to end";
+        CTNGAutoMutexPtr other(&mutex, true, 0, true);
+        EXPECT_EQ(other.IsLocked(), 0);
+        EXPECT_EQ(other.GetLocked(true), 0);
+        hold.Release();
+        hold.Release();
+        EXPECT_EQ(hold.IsLocked(), 0);
+        EXPECT_EQ(other.GetLocked(true), 1);
+        EXPECT_EQ(hold.GetLocked(false), 0);
+        other.Release();
+        EXPECT_EQ(hold.GetLocked(false), 1);
+    }
+    EXPECT_EQ(mutex.IsLocked(nullptr), 0) << "gone with its holder";
+    const CTNGAutoMutexPtr later(&mutex, true, 0, false);
+    EXPECT_EQ(mutex.IsLocked(nullptr), 0);
+    CTNGAutoMutexPtr none(nullptr, true, TNG_WAIT_FOREVER, true);
+    EXPECT_EQ(none.GetLocked(true), 0);
+    none.Release();
+    EXPECT_EQ(none.IsLocked(), 0);
 }
 
 }  // namespace

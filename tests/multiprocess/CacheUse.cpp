@@ -1,10 +1,8 @@
 #include "CacheUse.h"
 
 #include "api/TNGMgr.h"
-#include "database/TNGAddition.h"
 #include "locks/TNGAutoMutexPtr.h"
-#include "store/StoreFixture.h"
-#include "store/TNGCachePaths.h"
+#include "shared/FinishAddition.h"
 
 namespace CacheUse {
 
@@ -29,36 +27,6 @@ template struct MgrField<&CTNGMgr::m_pDBMgr>;
 template struct DBMgrField<&CTNGDBMgr::m_pSharedData>;
 template struct DBMgrState<&CTNGDBMgr::m_eDBState>;
 
-namespace {
-
-std::u16string DataPath(const CTNGFileData& record) {
-    return CachePath(record.m_strDataFileName);
-}
-
-std::int32_t AppendBlock(const CTNGFileData& record, int number) {
-    const StoreTest::Bytes large = StoreTest::Thumbnail(LengthOf(number), number);
-    return CTNGDataFile().AppendBlock(DataPath(record), CTNGFileInfo::GetHashCode(DataPath(record)), {}, {},
-                                      {large.data(), LengthOf(number)}, {large.data(), 20});
-}
-
-void MakeLive(CTNGFileData& live, std::int32_t offset, int number) {
-    live.m_eFileType = ASSET_TYPE_IMAGE;
-    live.m_nOriginalWidth = static_cast<std::uint32_t>(number);
-    SetThumbnailLocations(live, false, offset, false, 0, LengthOf(number), 20);
-    live.m_bDeleted = 0;
-    s_bCacheDirty = true;
-    ++s_nPendingAdds;
-}
-
-bool FlushUnderLock() {
-    if (SharedData().AppendNewThumbnails() != QXTNG_SUCCESS) return false;
-    s_nPendingAdds = 0;
-    SetCacheModifiedTime();
-    return true;
-}
-
-}  // namespace
-
 CTNGDBMgr& DBMgr() {
     return *Inside(CTNGMgr::GetInstance());
 }
@@ -69,26 +37,18 @@ CTNGSharedDataMgr& SharedData() {
 
 bool Add(const std::u16string& path, int number) {
     DBMgr().CheckAndLoadDataBase(path.c_str(), true);
-    CTNGAutoMutexPtr shared(SharedData().GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
-    CTNGFileData* pRecord = nullptr;
-    int eOperation = 0;
-    bool bNew = false;
-    if (!shared.IsLocked() || !SharedData().AddFileData(path, &pRecord, &eOperation, &bNew)) return false;
-    SharedData().UpdateIndex(pRecord, eOperation);
-    if (DBMgr().State() == TNG_DB_NOT_LOADED) StateInside(DBMgr()) = TNG_DB_LOADED;
-    const CTNGFileData copy = *pRecord;
-    shared.Release();
-    const std::int32_t offset = AppendBlock(copy, number);
-    if (offset < 0 || !shared.GetLocked(true)) return false;
-    CTNGFileData* const pLive = SharedData().FindItem(path);
-    if (!pLive || pLive->m_strDataFileName != copy.m_strDataFileName) return true;  // gone meanwhile
-    MakeLive(*pLive, offset, number);
-    return !bNew || FlushUnderLock();
+    CTNGAddition addition(SharedData(), StateInside(DBMgr()), path);
+    return addition.HasLock() && addition.Begin() &&
+           StoreTest::FinishAddition(addition, StoreTest::Thumbnail(LengthOf(number), number),
+                                     static_cast<std::uint32_t>(number));
 }
 
 bool Flush() {
     const CTNGAutoMutexPtr shared(SharedData().GetSharedMutex(), true, TNG_LOCK_TIMEOUT_MS, true);
-    return shared.IsLocked() && FlushUnderLock();
+    if (!shared.IsLocked() || SharedData().AppendNewThumbnails() != QXTNG_SUCCESS) return false;
+    s_nPendingAdds = 0;
+    SetCacheModifiedTime();
+    return true;
 }
 
 int Look(const std::u16string& path) {
@@ -101,9 +61,9 @@ int Look(const std::u16string& path) {
     if (size != LengthOf(number)) return kTorn;
     StoreTest::Bytes bytes(static_cast<std::size_t>(size));
     TNGBlockTrailer trailer;
-    const std::uint32_t key = CTNGFileInfo::GetHashCode(DataPath(record));
-    const bool bRead = CTNGDataFile().ReadBlockChecked(DataPath(record), key, offset, size, trailerOffset,
-                                                       &trailer, bytes.data()) == 0;
+    const std::u16string data = CachePath(record.m_strDataFileName);
+    const bool bRead = CTNGDataFile().ReadBlockChecked(data, CTNGFileInfo::GetHashCode(data), offset, size,
+                                                       trailerOffset, &trailer, bytes.data()) == 0;
     return bRead && bytes == StoreTest::Thumbnail(size, number) ? number : kTorn;
 }
 

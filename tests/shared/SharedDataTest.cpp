@@ -5,20 +5,17 @@
 
 #include <functional>
 
-#include "database/TNGAddition.h"
 #include "database/TNGDBMgr.h"
 #include "platform/Text.h"
-#include "store/StoreFixture.h"
-#include "store/TNGCachePaths.h"
+#include "shared/FinishAddition.h"
 #include "store/TNGDateTimeFile.h"
-#include "support/DescriptorLimit.h"
+#include "support/ResourceLimit.h"
 
 namespace {
 
 using namespace StoreTest;
 
 constexpr std::int32_t kLarge = 50;
-constexpr std::int32_t kSmall = 20;
 
 // The last unit of a path says what its thumbnail shows.
 int TagOf(const std::u16string& path) {
@@ -44,24 +41,7 @@ class Process {
     }
 
     static bool Finish(CTNGAddition& addition) {
-        CTNGFileData& record = addition.Record();
-        const Bytes large = Thumbnail(kLarge, TagOf(record.m_strFilePath)),
-                    small(large.begin(), large.begin() + kSmall);
-        const std::int32_t offset =
-            CTNGDataFile().AppendBlock(CachePath(record.m_strDataFileName), addition.DataFileKey(), {}, {},
-                                       {large.data(), kLarge}, {small.data(), kSmall});
-        if (offset < 0) {
-            addition.TakeBack();
-            return false;
-        }
-        record.m_eFileType = ASSET_TYPE_IMAGE;
-        record.m_bDeleted = 0;
-        SetThumbnailLocations(record, false, offset, false, 0, kLarge, kSmall);
-        bool bFlushed = false;
-        const bool bPublished = addition.Publish() == CTNGAddition::Outcome::Published;
-        const bool bDone = bPublished && addition.FlushIfDue(&bFlushed);
-        addition.End();
-        return bDone;
+        return FinishAddition(addition, Thumbnail(kLarge, TagOf(addition.Record().m_strFilePath)));
     }
 
     bool Add(const std::u16string& path) {
@@ -101,49 +81,41 @@ std::set<std::u16string> Pictures(const std::u16string& folder, int nFirst, int 
 
 // While one addition is at work on its thumbnail, others end, and fill a batch.
 TEST(SharedData, AnAdditionThatTakesLongKeepsNobodyBack) {
-    for (const bool bInTime : {true, false}) {
+    const struct {
+        const char* pszWhat;
+        int nSlow;  // the picture that takes long
+        int nBefore;
+        bool bInTime;
+    } cases[] = {{"ends in time", 1, 1, true},
+                 {"ends too late", 1, 1, false},
+                 {"is made again, so that the list has to be written anew", 0, 3, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pszWhat);
         const Cache cache;
         Process process;
-        const std::u16string slow = PathOf(u"/p", 1);
-        ASSERT_TRUE(process.Add(PathOf(u"/p", 0)));
+        std::set<std::u16string> expected = Pictures(u"/p", 0, 13);
+        expected.erase(PathOf(u"/p", 2));  // is not added, or loses its block
+        for (int number = 0; number < c.nBefore; ++number)
+            ASSERT_TRUE(process.Add(PathOf(u"/p", number)));
+        if (c.nSlow < c.nBefore) {
+            ASSERT_EQ(process.data.Shutdown(), QXTNG_SUCCESS);
+            s_nPendingAdds = 0;
+            std::filesystem::resize_file(cache / "1.db", 2 * (kLarge + kSmall + sizeof(TNGBlockTrailer)));
+        }
+        const std::u16string slow = PathOf(u"/p", c.nSlow);
         const auto pSlow = process.Begin(slow);
         ASSERT_TRUE(pSlow);
-        for (int number = 2; number < 12; ++number)
+        for (int number = 3; number < 13; ++number)
             EXPECT_TRUE(process.Add(PathOf(u"/p", number)));
-        std::set<std::u16string> expected = Pictures(u"/p", 0, 12);
         expected.erase(slow);
         EXPECT_EQ(OnDisk(), expected) << "a full batch";
-        if (bInTime) {
+        if (c.bInTime) {
             EXPECT_TRUE(Process::Finish(*pSlow));
             expected.insert(slow);
         }
         EXPECT_EQ(process.data.Shutdown(), QXTNG_SUCCESS);
         EXPECT_EQ(OnDisk(), expected);
     }
-}
-
-// The list has to be written anew then.
-TEST(SharedData, AnAdditionThatIsMadeAgainKeepsNobodyBack) {
-    const Cache cache;
-    Process process;
-    for (int number = 0; number < 3; ++number)
-        ASSERT_TRUE(process.Add(PathOf(u"/p", number)));
-    ASSERT_EQ(process.data.Shutdown(), QXTNG_SUCCESS);
-    s_nPendingAdds = 0;
-    std::filesystem::resize_file(cache / "1.db", 2 * (kLarge + kSmall + sizeof(TNGBlockTrailer)));
-    const std::u16string first = PathOf(u"/p", 0);
-    const auto pAgain = process.Begin(first);
-    ASSERT_TRUE(pAgain);
-    for (int number = 3; number < 13; ++number)
-        EXPECT_TRUE(process.Add(PathOf(u"/p", number)));
-    std::set<std::u16string> expected = Pictures(u"/p", 0, 13);
-    expected.erase(PathOf(u"/p", 2));
-    expected.erase(first);
-    EXPECT_EQ(OnDisk(), expected);
-    EXPECT_TRUE(Process::Finish(*pAgain));
-    expected.insert(first);
-    EXPECT_EQ(process.data.Shutdown(), QXTNG_SUCCESS);
-    EXPECT_EQ(OnDisk(), expected);
 }
 
 // Too few descriptors say nothing about the files: nothing may be deleted, nor written over.

@@ -5,7 +5,6 @@
 #include "common/TNGTypes.h"
 #include "locks/TNGAutoMutexPtr.h"
 #include "store/StoreFixture.h"
-#include "support/LogCapture.h"
 
 namespace {
 
@@ -63,80 +62,6 @@ void SaveTwoFolders(const Cache& cache) {
     ASSERT_EQ(cache.Names(), (Names{"1.dat", "1.db", "2.dat", "2.db", "DirectoryMap.dat"}));
 }
 
-TEST(FolderMapCollection, IsStoredByteForByte) {
-    const Cache cache;
-    CTNGFolderMapCollection maps;
-    const Bytes example =
-        FileBytes().Number(1).Number(1).Text(u"C:\\P").Text(u"1.db").Text(u"1.dat").Number(1);
-    ASSERT_EQ(example.size(), 50u);
-    cache.Write("DirectoryMap.dat", example);
-    ASSERT_EQ(maps.Load(kIndexName, nullptr, false, true, nullptr), QXTNG_SUCCESS);
-    EXPECT_EQ(maps.AppendThumbnails(kIndexName), QXTNG_SUCCESS) << "all folders, of whatever drive";
-    EXPECT_EQ(cache.Read("DirectoryMap.dat"), example);
-    ASSERT_EQ(maps.SaveFolderMaps(kIndexName, true), QXTNG_SUCCESS);
-    EXPECT_EQ(cache.Read("DirectoryMap.dat"), Bytes({1, 0, 0, 0})) << "a path without a drive is left out";
-    EXPECT_EQ(maps.LookupFolderMap(u"C:\\P", nullptr), 1) << "and stays in memory";
-}
-
-TEST(FolderMapCollection, LoadsInThreeModes) {
-    const Cache cache;
-    SaveTwoFolders(cache);
-    const struct {
-        const char* pszWhat;
-        const char16_t* pszPath;
-        bool bPathIsFile, bMapOnly;
-        int nA, nB;  // records of the two folders that are loaded
-        std::size_t nIndexed;
-    } cases[] = {
-        {"all lists", nullptr, false, false, 2, 3, 5},
-        {"one folder", u"/b", false, false, 0, 3, 3},
-        {"the folder of a file", u"/a/x", true, false, 2, 0, 2},
-        {"a folder that is not there", u"/c", false, false, 0, 0, 0},
-        {"a file without a folder", u"a", true, false, 0, 0, 0},
-        {"an empty path", u"", true, false, 0, 0, 0},
-        {"no lists", nullptr, false, true, 0, 0, 0},
-        {"no lists, whatever the path", u"/a", false, true, 0, 0, 0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.pszWhat);
-        CTNGFolderMapCollection maps;
-        TNGPathIndex index;
-        ASSERT_EQ(maps.Load(kIndexName, c.pszPath, c.bPathIsFile, c.bMapOnly, &index), QXTNG_SUCCESS);
-        CTNGFolderMap *pA = nullptr, *pB = nullptr;
-        ASSERT_TRUE(maps.LookupFolderMap(u"/a", &pA) && maps.LookupFolderMap(u"/b", &pB));
-        EXPECT_EQ(pA->FileDataList->GetCount(), c.nA);
-        EXPECT_EQ(pB->FileDataList->GetCount(), c.nB);
-        EXPECT_EQ(index.size(), c.nIndexed);
-        for (const CTNGFolderMap* p : {pA, pB}) {
-            EXPECT_EQ(p->m_bListLoaded, p->FileDataList->GetCount() > 0);
-            Platform::FILETIME time;
-            CTNGFileInfo::GetFileLastWriteTime(cache.Text(p == pA ? "1.dat" : "2.dat").c_str(), &time);
-            EXPECT_EQ(Platform::CompareFileTime(&p->m_ftListFile, &time) == 0, p->m_bListLoaded);
-        }
-        CTNGFolderMap* pFound = nullptr;
-        EXPECT_EQ(maps.LoadIndexFile(u"/b/x", true, &pFound, &index), QXTNG_SUCCESS);
-        EXPECT_EQ(pFound, c.nB ? nullptr : pB) << "what is loaded is not touched";
-        EXPECT_EQ(pB->FileDataList->GetCount(), 3);
-        EXPECT_EQ(maps.LoadIndexFile(u"x", true, &(pFound = nullptr), &index), QXTNG_ERROR_NOT_CACHED);
-        EXPECT_EQ(maps.LoadIndexFile(u"/c", false, &(pFound = nullptr), &index), QXTNG_ERROR_NOT_CACHED);
-        EXPECT_EQ(maps.LoadIndexFile(u"", false, &(pFound = pA), &index), QXTNG_SUCCESS);
-        EXPECT_EQ(pA->FileDataList->GetCount(), 2);
-    }
-}
-
-TEST(FolderMapCollection, EndsWithTheFileAndTakesTheFirstOfTwins) {
-    const Cache cache;
-    SaveTwoFolders(cache);
-    CTNGFolderMapCollection maps;
-    cache.Write("DirectoryMap.dat", Index(0x7FFFFFFF, {}));
-    EXPECT_EQ(maps.Load(kIndexName, nullptr, false, false, nullptr), QXTNG_ERROR_FILE_READ);
-    cache.Write("DirectoryMap.dat", Index(0x7FFFFFFF, {Head(u"/a", 1), Head(u"/a", 2), Head(u"/b", 2)}));
-    EXPECT_EQ(maps.Load(kIndexName, nullptr, false, false, nullptr), QXTNG_SUCCESS);
-    EXPECT_EQ(maps.FindItem(u"/a")->m_nFileNumber, 1);
-    EXPECT_EQ(maps.FindItem(u"/a")->FileDataList->GetCount(), 2);
-    EXPECT_EQ(maps.FindItem(u"/b")->FileDataList->GetCount(), 3);
-}
-
 // Of two folders with one pair of files, or one of them, the first counts. The other must not cost it its
 // files.
 TEST(FolderMapCollection, TakesNoFolderWhoseFilesAreAnotherOnes) {
@@ -161,22 +86,6 @@ TEST(FolderMapCollection, TakesNoFolderWhoseFilesAreAnotherOnes) {
     }
 }
 
-TEST(FolderMapCollection, GivesUpAListThatItIsAskedFor) {
-    for (const bool bOnDemand : {false, true}) {
-        const Cache cache;
-        SaveTwoFolders(cache);
-        cache.Write("2.dat", FileBytes().Number(1).Number(7));
-        CTNGFolderMapCollection maps;
-        TNGPathIndex index;
-        CTNGFolderMap* pFolder = nullptr;
-        EXPECT_EQ(maps.Load(kIndexName, u"/b", false, bOnDemand, &index), QXTNG_SUCCESS);
-        EXPECT_EQ(maps.LoadIndexFile(u"/b", false, &pFolder, &index),
-                  bOnDemand ? QXTNG_ERROR_FILE_READ : QXTNG_ERROR_NOT_CACHED);
-        EXPECT_EQ(maps.LookupFolderMap(u"/b", nullptr), bOnDemand) << "it is for the caller to remove";
-        EXPECT_EQ(cache.Names(), (Names{"1.dat", "1.db", "DirectoryMap.dat"}));
-    }
-}
-
 // Whatever an index says, files beside the cache are not the cache's to delete.
 TEST(FolderMapCollection, TouchesNothingOutsideItsFolder) {
     const Cache cache;
@@ -196,29 +105,19 @@ TEST(FolderMapCollection, TouchesNothingOutsideItsFolder) {
     EXPECT_TRUE(cache.Has("precious.db"));
 }
 
-TEST(FolderMapCollection, TellsAMissingIndexFromOneThatCannotBeOpened) {
+TEST(FolderMapCollection, StaysAsItIsWhileSomebodyHasIt) {
     const Cache cache;
     CTNGFolderMapCollection maps;
-    EXPECT_EQ(maps.GetFolderMapMutex(), nullptr);
-    bool bAdded = true;
-    EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("none"), &bAdded, nullptr), QXTNG_ERROR_LOCK_FAILED);
-    TestSupport::LogCapture log(1u << 2);
     EXPECT_EQ(maps.Load(kIndexName, nullptr, false, false, nullptr), QXTNG_ERROR_NOT_CACHED);
-    EXPECT_TRUE(log.Has("2 CTNGFolderMapCollection::Load condition eStatus == FILE_NOT_FOUND"));
-    cache.Write("file", {});
-    EXPECT_EQ(maps.Load(u"file/x", nullptr, false, false, nullptr), QXTNG_ERROR_NOT_CACHED);
-    EXPECT_TRUE(log.Has("2 CTNGFolderMapCollection::Load condition QXTNG_ERROR_NOT_CACHED"));
-    const auto pMutex = maps.GetFolderMapMutex();
     AddFolder(maps, u"/a", 1);
-    {
-        const CTNGAutoMutexPtr hold(pMutex.get(), true, 0, true);
-        EXPECT_EQ(maps.SaveFolderMaps(kIndexName, true), QXTNG_ERROR_LOCK_FAILED);
-        EXPECT_EQ(maps.Load(u"other", nullptr, false, false, nullptr), QXTNG_ERROR_LOCK_FAILED);
-        EXPECT_TRUE(log.Has("2 CTNGFolderMapCollection::Load condition folderMapMutex.IsLocked failed"));
-        EXPECT_EQ(maps.LookupFolderMap(u"/a", nullptr), 1) << "the old table stands";
-    }
-    EXPECT_EQ(maps.CheckAndAddNewFolderMap(cache.Text("none"), &bAdded, nullptr), QXTNG_SUCCESS);
-    EXPECT_TRUE(bAdded) << "not touched without an index file";
+    const auto pMutex = maps.GetFolderMapMutex();
+    CTNGAutoMutexPtr hold(pMutex.get(), true, 0, true);
+    EXPECT_EQ(maps.SaveFolderMaps(kIndexName, true), QXTNG_ERROR_LOCK_FAILED);
+    EXPECT_EQ(maps.Load(u"other", nullptr, false, false, nullptr), QXTNG_ERROR_LOCK_FAILED);
+    EXPECT_EQ(maps.LookupFolderMap(u"/a", nullptr), 1);
+    hold.Release();
+    maps.DeleteAll(true);
+    EXPECT_EQ(maps.GetFolderMapMutex(), pMutex) << "whoever waits for it would be alone with it";
 }
 
 TEST(FolderMapCollection, TakesUpFoldersOfOthers) {
@@ -255,76 +154,54 @@ TEST(FolderMapCollection, TakesUpFoldersOfOthers) {
     EXPECT_EQ(number, 20);
 }
 
-// The first list takes a second, because its lock is held; there is no time left for the others.
-TEST(FolderMapCollection, SavesListsForAboutASecond) {
+TEST(FolderMapCollection, KeepsForLaterAListThatCannotBeSaved) {
     const Cache cache;
     SaveTwoFolders(cache);
-    CTNGFolderMapCollection maps;
+    CTNGFolderMapCollection maps, fresh;
     ASSERT_EQ(maps.Load(kIndexName, nullptr, false, false, nullptr), QXTNG_SUCCESS);
-    AddFolder(maps, u"/c", 3);
-    AddFolder(maps, u"/d", 4);
-    std::vector<std::pair<TNGFileLock, std::unique_ptr<CTNGAutoMutexPtr>>> holds;
-    for (const char16_t* pszPath : {u"/c", u"/d"}) {
-        CTNGFolderMap* pFolder = maps.FindItem(pszPath);
-        pFolder->m_bListDirty = true;
-        pFolder->m_nStaleBlocks = 1;
-        const TNGFileLock pLock = pFolder->FileDataList->GetListLock();
-        holds.emplace_back(pLock, std::make_unique<CTNGAutoMutexPtr>(pLock.get(), false, 0, true));
+    CTNGFolderMap* const pNew = AddFolder(maps, u"/c", 3);
+    {
+        const TNGFileLock pLock = pNew->FileDataList->GetListLock();
+        const CTNGAutoMutexPtr hold(pLock.get(), false, 0, true);
+        EXPECT_EQ(maps.SaveFolderMaps(kIndexName, true), QXTNG_ERROR_FILE_WRITE);
+        EXPECT_TRUE(pNew->m_bListDirty);
     }
-    EXPECT_EQ(maps.SaveFolderMaps(kIndexName, true), QXTNG_ERROR_FILE_WRITE);
-    for (const char16_t* pszPath : {u"/c", u"/d"}) {
-        EXPECT_TRUE(maps.FindItem(pszPath)->m_bListDirty) << "it stays to be saved";
-        EXPECT_EQ(maps.FindItem(pszPath)->m_nStaleBlocks, 1);
-    }
-    CTNGFolderMapCollection fresh;
+    const std::vector<std::u16string> folders = {u"/a", u"/b", u"/c"};
     ASSERT_EQ(fresh.Load(kIndexName, nullptr, false, true, nullptr), QXTNG_SUCCESS);
-    EXPECT_EQ(Folders(fresh, {u"/a", u"/b", u"/c", u"/d"}).size(), 3u)
-        << "but for the one that failed and has no list yet";
-    holds.clear();
+    EXPECT_EQ(Folders(fresh, folders).size(), 2u) << "but for the one that has no list yet";
     EXPECT_EQ(maps.SaveFolderMaps(kIndexName, true), QXTNG_SUCCESS);
     ASSERT_EQ(fresh.Load(kIndexName, nullptr, false, false, nullptr), QXTNG_SUCCESS);
-    EXPECT_EQ(Folders(fresh, {u"/a", u"/b", u"/c", u"/d"}).size(), 4u);
+    EXPECT_EQ(Folders(fresh, folders).size(), 3u);
 }
 
-TEST(FolderMapCollection, AppendsWhatIsNew) {
+TEST(FolderMapCollection, GivesUpAListThatItIsAskedFor) {
+    const Cache cache;
+    SaveTwoFolders(cache);
+    cache.Write("2.dat", FileBytes().Number(1).Number(7));
+    CTNGFolderMapCollection maps;
+    CTNGFolderMap* pFolder = nullptr;
+    ASSERT_EQ(maps.Load(kIndexName, nullptr, false, true, nullptr), QXTNG_SUCCESS);
+    EXPECT_EQ(maps.LoadIndexFile(u"/b", false, &pFolder, nullptr), QXTNG_ERROR_FILE_READ);
+    EXPECT_EQ(maps.LookupFolderMap(u"/b", nullptr), 1) << "it is for the caller to remove";
+    EXPECT_EQ(cache.Names(), (Names{"1.dat", "1.db", "DirectoryMap.dat"}));
+    pFolder = nullptr;
+    ASSERT_EQ(maps.LoadIndexFile(u"/a", false, &pFolder, nullptr), QXTNG_SUCCESS);
+    Platform::FILETIME time;
+    ASSERT_TRUE(CTNGFileInfo::GetFileLastWriteTime(cache.Text("1.dat").c_str(), &time));
+    EXPECT_EQ(Platform::CompareFileTime(&pFolder->m_ftListFile, &time), 0);
+}
+
+TEST(FolderMapCollection, NotesTheTimeOfWhatItAppends) {
     const Cache cache;
     CTNGFolderMapCollection maps;
     EXPECT_EQ(maps.AppendThumbnails(kIndexName), QXTNG_SUCCESS);
     EXPECT_TRUE(cache.Names().empty()) << "an empty table leaves the index alone";
-    CTNGFolderMap* pFolder = AddFolder(maps, u"/a", 1, 2);
+    AddFolder(maps, u"/a", 1);
     ASSERT_EQ(maps.AppendThumbnails(kIndexName), QXTNG_SUCCESS);
-    EXPECT_FALSE(pFolder->m_bListDirty);
-    AddPicture(*pFolder, u"/a/z", 9);
-    pFolder->m_bListDirty = true;
-    ASSERT_EQ(maps.AppendThumbnails(kIndexName), QXTNG_SUCCESS);
-    EXPECT_EQ(maps.AppendThumbnails(kIndexName), QXTNG_SUCCESS) << "also with nothing new";
     Platform::FILETIME time;
     ASSERT_TRUE(CTNGFileInfo::GetFileLastWriteTime(cache.Text("DirectoryMap.dat").c_str(), &time));
     const Platform::FILETIME noted = s_ftDirectoryMap;
     EXPECT_EQ(Platform::CompareFileTime(&time, &noted), 0);
-    CTNGFolderMapCollection fresh;
-    ASSERT_EQ(fresh.Load(kIndexName, u"/a", false, false, nullptr), QXTNG_SUCCESS);
-    EXPECT_EQ(fresh.FindItem(u"/a")->FileDataList->GetCount(), 3);
-}
-
-TEST(FolderMapCollection, DropsAll) {
-    for (const bool bFiles : {false, true}) {
-        const Cache cache;
-        SaveTwoFolders(cache);
-        cache.Write("other", {});
-        CTNGFolderMapCollection maps;
-        maps.DeleteAll(true);
-        ASSERT_EQ(maps.Load(kIndexName, nullptr, false, true, nullptr), QXTNG_SUCCESS);
-        const TNGFileLock pLock = GetFileLockForPath(cache.Text("1.db"), false);
-        const auto pMutex = maps.GetFolderMapMutex();
-        maps.DeleteAll(bFiles);
-        EXPECT_EQ(maps.LookupFolderMap(u"/a", nullptr), 0);
-        EXPECT_EQ(cache.Names().size(), bFiles ? 1u : 6u);
-        EXPECT_EQ(GetFileLockForPath(cache.Text("1.db"), false) == pLock, !bFiles);
-        EXPECT_EQ(maps.GetFolderMapMutex(), pMutex) << "whoever waits for it would be alone with it";
-        const Platform::FILETIME noted = s_ftDirectoryMap;
-        EXPECT_EQ(noted.dwHighDateTime == 0, bFiles);
-    }
 }
 
 }  // namespace

@@ -26,23 +26,6 @@ int SaveTo(const Cache& cache, CTNGFolderMap& folder) {
     return result;
 }
 
-TEST(FolderMap, IsStoredByteForByte) {
-    const Cache cache;
-    const Bytes expected = {1,    0, 0,    0, 4,    0, 0,    0, 0x43, 0, 0x3A, 0, 0x5C, 0, 0x50, 0,
-                            4,    0, 0,    0, 0x31, 0, 0x2E, 0, 0x64, 0, 0x62, 0, 5,    0, 0,    0,
-                            0x31, 0, 0x2E, 0, 0x64, 0, 0x61, 0, 0x74, 0, 1,    0, 0,    0};
-    ASSERT_EQ(expected.size(), 46u);
-    CTNGFolderMap folder(true);
-    ASSERT_EQ(LoadFrom(cache, expected, folder), 1);
-    EXPECT_EQ(folder.m_strFolderPath, u"C:\\P");
-    EXPECT_EQ(folder.m_nFileNumber, 1);
-    EXPECT_EQ(folder.m_nDataFileKey, CTNGFileInfo::GetHashCode(cache.Text("1.db")));
-    EXPECT_EQ(folder.m_nListFileKey, CTNGFileInfo::GetHashCode(cache.Text("1.dat")));
-    EXPECT_FALSE(folder.m_bListLoaded);
-    EXPECT_EQ(SaveTo(cache, folder), 1);
-    EXPECT_EQ(cache.Read("index"), expected);
-}
-
 TEST(FolderMap, SavesItsListAsNeeded) {
     const Cache cache;
     const struct {

@@ -4,21 +4,14 @@
 #include <set>
 
 #include "CacheCheck.h"
-#include "common/TNGFileInfo.h"
 #include "common/TNGTypes.h"
 #include "platform/Text.h"
-#include "store/TNGDataFile.h"
-#include "store/TNGFolderMapCollection.h"
-#include "store/TNGThumbnailLocation.h"
-#include "support/TemporaryFolder.h"
+#include "store/StoreFixture.h"
 
 /// Caches as older or interrupted programs left them, in tests/data: what of them survives a load and a save.
 namespace {
 
 namespace fs = std::filesystem;
-using TestSupport::TemporaryFolder;
-
-constexpr char16_t kIndex[] = u"DirectoryMap.dat";
 
 enum class Mode { AllLists, OneList, IndexOnly };
 
@@ -55,33 +48,18 @@ std::string VerdictOn(const fs::path& folder) {
     return Join(kinds, " ");
 }
 
-std::set<std::string> FilesIn(const fs::path& folder) {
-    std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.insert(entry.path().filename());
-    return names;
-}
-
 // One of the thumbnails in a frozen cache: a text that says whose it is.
 std::string ThumbnailOf(const CTNGFileData& record, const TNGSize& requested) {
-    std::int32_t offset = 0, size = 0, trailerOffset = 0;
-    GetThumbnailLocation(record, requested, &offset, &size, &trailerOffset);
-    std::u16string path;
-    CTNGFileInfo::BuildFilePath(path, s_strCacheFolder.Get(), record.m_strDataFileName);
-    TNGBlockTrailer trailer;
-    std::string text(static_cast<std::size_t>(size), ' ');
-    CTNGDataFile file;
-    const int failed =
-        file.ReadBlockChecked(path, record.m_pFolderMap->m_nDataFileKey, offset, size, trailerOffset,
-                              &trailer, reinterpret_cast<std::uint8_t*>(text.data()));
-    return failed ? "unreadable" : text;
+    const StoreTest::Bytes bytes = StoreTest::ReadThumbnail(*record.m_pFolderMap, record, requested.nWidth);
+    return {bytes.begin(), bytes.end()};
 }
 
 class Collection : public CTNGFolderMapCollection {
   public:
     std::uint32_t LoadIn(Mode mode) {
         const char16_t* path = mode == Mode::OneList ? u"/pictures/one/a.jpg" : nullptr;
-        return Load(kIndex, path, path != nullptr, mode == Mode::IndexOnly, path ? &m_index : nullptr);
+        return Load(StoreTest::kIndexName, path, path != nullptr, mode == Mode::IndexOnly,
+                    path ? &m_index : nullptr);
     }
 
     /// The folders without "/pictures/", in the order of their names.
@@ -155,23 +133,22 @@ class Collection : public CTNGFolderMapCollection {
 };
 
 void ExpectOutcome(const FrozenCache& frozen, Mode mode, const Outcome& expected) {
-    const TemporaryFolder cache;
-    fs::copy(fs::path(QXTNG_TEST_DATA) / frozen.name, cache.Path());
-    s_strCacheFolder.Set(TestSupport::TextOf(cache.Path()));
-    EXPECT_EQ(VerdictOn(cache.Path()), frozen.verdict);
-    std::set<std::string> deleted = FilesIn(cache.Path());
+    const StoreTest::Cache cache;
+    fs::copy(fs::path(QXTNG_TEST_DATA) / frozen.name, cache / "");
+    EXPECT_EQ(VerdictOn(cache / ""), frozen.verdict);
+    std::set<std::string> deleted = cache.Names();
 
     Collection collection;
     EXPECT_EQ(collection.LoadIn(mode), expected.result);
     EXPECT_EQ(collection.Describe(), expected.folders);
     if (mode == Mode::OneList) collection.ExpectIndexed();
-    for (const std::string& name : FilesIn(cache.Path()))
+    for (const std::string& name : cache.Names())
         deleted.erase(name);
     EXPECT_EQ(Join(deleted, " "), expected.deletedFiles);
 
     collection.MarkLoaded();
-    EXPECT_EQ(collection.SaveFolderMaps(kIndex, true), expected.saveResult);
-    EXPECT_EQ(VerdictOn(cache.Path()), expected.savedVerdict);
+    EXPECT_EQ(collection.SaveFolderMaps(StoreTest::kIndexName, true), expected.saveResult);
+    EXPECT_EQ(VerdictOn(cache / ""), expected.savedVerdict);
     Collection again;
     again.LoadIn(Mode::AllLists);
     EXPECT_EQ(again.Describe(), expected.readBack);
@@ -354,9 +331,8 @@ TEST(FrozenCaches, DamagedListCostsItsFolderAlone) {
     for (std::uintmax_t offset = 0; offset < fs::file_size(frozen / "1.dat"); ++offset) {
         for (const char value : {'\0', '\xFF'}) {
             SCOPED_TRACE(std::to_string(offset) + " becomes " + std::to_string(value));
-            const TemporaryFolder cache;
-            fs::copy(frozen, cache.Path());
-            s_strCacheFolder.Set(TestSupport::TextOf(cache.Path()));
+            const StoreTest::Cache cache;
+            fs::copy(frozen, cache / "");
             std::fstream list(cache / "1.dat", std::ios::in | std::ios::out | std::ios::binary);
             list.seekp(static_cast<std::streamoff>(offset)).put(value);
             list.close();
@@ -368,8 +344,8 @@ TEST(FrozenCaches, DamagedListCostsItsFolderAlone) {
             EXPECT_EQ(all.LoadIn(Mode::AllLists), QXTNG_SUCCESS);
             EXPECT_TRUE(all.Describe().ends_with(kTwo)) << all.Describe();
             all.MarkLoaded();
-            all.SaveFolderMaps(kIndex, true);
-            VerdictOn(cache.Path());
+            all.SaveFolderMaps(StoreTest::kIndexName, true);
+            VerdictOn(cache / "");
         }
     }
 }

@@ -1,4 +1,4 @@
-// Rewriting a list file, and compacting a data file.
+// The list of a folder: its records, rewriting its file, compacting the data file.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -31,6 +31,44 @@ class Threshold {
   private:
     std::uint32_t m_nBefore;
 };
+
+TEST(List, ALoadThatFailsLeavesNothingInTheIndex) {
+    const Cache cache;
+    const auto pFolder = NewFolder(u"/p", 1);
+    CTNGFileDataCollection& list = *pFolder->FileDataList;
+    AddPicture(*pFolder, u"/p/a", 1);
+    ASSERT_EQ(list.AppendNewRecords(), QXTNG_SUCCESS);
+    TNGPathIndex index;
+    EXPECT_EQ(list.LoadList(u"1.dat", &index), QXTNG_SUCCESS);
+    EXPECT_EQ(index.size(), 1u);
+    Bytes bytes = cache.Read("1.dat");
+    bytes[0] = 2;
+    cache.Write("1.dat", bytes);
+    EXPECT_EQ(list.LoadList(u"1.dat", &index), QXTNG_ERROR_FILE_READ) << "it ends too soon";
+    EXPECT_TRUE(index.empty() && list.GetCount() == 0);
+}
+
+TEST(List, FindsAndRemovesInOrder) {
+    const Cache cache;
+    const auto pFolder = NewFolder(u"/p", 1);
+    CTNGFileDataCollection& list = *pFolder->FileDataList;
+    for (const char16_t* pszPath : {u"a", u"b", u"a", u"c", u"a"}) {
+        auto pRecord = std::make_unique<CTNGFileData>();
+        pRecord->m_strFilePath = pszPath;
+        list.AddItem(std::move(pRecord));
+    }
+    CTNGFileData* pFound = nullptr;
+    for (const int expected : {0, 1, 2}) {  // b and c stay, so the next twin moves up
+        EXPECT_EQ(list.FindRecord(u"a", &pFound), 1) << "marked or not";
+        EXPECT_EQ(pFound, list.GetAt(expected));
+        EXPECT_EQ(list.RemoveRecord(u"a"), 1);
+    }
+    EXPECT_EQ(list.FindRecord(u"a", &pFound), 0);
+    EXPECT_EQ(list.RemoveRecord(u"a"), 0);
+    EXPECT_EQ(Paths(list), (std::vector<std::u16string>{u"b", u"c"}));
+    EXPECT_EQ(list.GetAt(-1), nullptr);
+    EXPECT_EQ(list.GetAt(2), nullptr);
+}
 
 TEST(ListRewrite, CompactsToLiveBlocks) {
     const Cache cache;
@@ -176,24 +214,6 @@ TEST(ListRewrite, ACompactionDropsWhatIsDamaged) {
         const Texts left = harm == "data file" ? Texts{u"/p/b"} : Texts{u"/p/b", u"/p/d"};
         EXPECT_EQ(LoadedPaths(), left);
     }
-}
-
-TEST(ListRewrite, NeedsTemporaryFilesAndTheLock) {
-    const Cache cache;
-    const std::filesystem::path deep = cache / std::string(125, 'a') / std::string(125, 'b');
-    std::filesystem::create_directories(deep);
-    s_strCacheFolder.Set(TestSupport::TextOf(deep));
-    const auto pFolder = NewFolder(u"/p", 1);
-    CTNGFileDataCollection& list = *pFolder->FileDataList;
-    AddPicture(*pFolder, u"/p/a", 1);
-    ASSERT_EQ(list.AppendNewRecords(), QXTNG_SUCCESS);
-    EXPECT_EQ(list.SaveList(false, u"1.db", true), QXTNG_ERROR_FILE_WRITE) << "the path is too long";
-    EXPECT_EQ(list.SaveList(true, u"1.db", false), QXTNG_ERROR_FAILED);
-    EXPECT_EQ(LoadedPaths(), Texts{u"/p/a"});
-    EXPECT_EQ(ReadThumbnail(*pFolder, *list.GetAt(0), 160), Thumbnail(50, 1));
-    const TNGFileLock pLock = list.GetListLock();
-    const CTNGAutoMutexPtr hold(pLock.get(), false, 0, true);
-    EXPECT_EQ(list.SaveList(true, u"1.db", true), QXTNG_ERROR_LOCK_FAILED);
 }
 
 }  // namespace

@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "common/TNGTypes.h"
-#include "locks/FileSizeLimit.h"
 #include "locks/TNGAutoMutexPtr.h"
 #include "store/StoreFixture.h"
 #include "store/TNGCacheFiles.h"
+#include "support/ResourceLimit.h"
 
 namespace {
 

@@ -2,8 +2,6 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <set>
 #include <string>
@@ -68,8 +66,8 @@ class Cache {
         return m_folder.Add(name, bytes);
     }
     Bytes Read(const std::string& name) const {
-        std::ifstream file(m_folder / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+        const std::string content = TestSupport::ReadFile(m_folder / name);
+        return {content.begin(), content.end()};
     }
     bool Has(const std::string& name) const { return std::filesystem::exists(m_folder / name); }
     std::set<std::string> Names() const {

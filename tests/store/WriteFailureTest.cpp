@@ -5,9 +5,9 @@
 #include <functional>
 
 #include "common/TNGTypes.h"
-#include "locks/FileSizeLimit.h"
 #include "store/StoreFixture.h"
 #include "store/TNGCacheFiles.h"
+#include "support/ResourceLimit.h"
 #include "support/SmallDisk.h"
 
 namespace {

@@ -35,7 +35,7 @@ int GreyOfField(const Raster& picture, std::uint32_t column, std::uint32_t row) 
 
 }  // namespace
 
-Bytes MakeCodedJpeg(std::uint32_t number, std::uint32_t nWidth, std::uint32_t nHeight) {
+Raster CodedPicture(std::uint32_t number, std::uint32_t nWidth, std::uint32_t nHeight) {
     const std::uint32_t code = WithCheckSum(number);
     Raster picture(nWidth, nHeight, 3);
     for (std::uint32_t y = 0; y < nHeight; ++y) {
@@ -45,7 +45,11 @@ Bytes MakeCodedJpeg(std::uint32_t number, std::uint32_t nWidth, std::uint32_t nH
                 static_cast<std::uint8_t>(kDarkest + kStep * static_cast<int>(code >> 2 * field & 3));
         }
     }
-    return MakeJpeg(picture);
+    return picture;
+}
+
+Bytes MakeCodedJpeg(std::uint32_t number, std::uint32_t nWidth, std::uint32_t nHeight) {
+    return MakeJpeg(CodedPicture(number, nWidth, nHeight));
 }
 
 std::int64_t NumberShownBy(const Raster& picture) {

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <system_error>
 
 #include "platform/Text.h"
@@ -12,6 +13,11 @@ namespace TestSupport {
 
 std::u16string TextOf(const fs::path& path) {
     return Platform::PathFromBytes(path.native());
+}
+
+std::string ReadFile(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 TemporaryFolder::TemporaryFolder(const fs::path& parent) {

@@ -10,6 +10,9 @@ namespace TestSupport {
 /// A path as the libraries take it.
 std::u16string TextOf(const std::filesystem::path& path);
 
+/// The content of a file; empty if it cannot be read.
+std::string ReadFile(const std::filesystem::path& path);
+
 /// An empty folder, which goes with the object.
 class TemporaryFolder {
   public:

@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "Program.h"
+#include "support/SmallDisk.h"
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
@@ -81,6 +82,21 @@ TEST_F(CacheCommands, UpdateKeepsWhatCannotBeReadAndDropsWhatIsGone) {
     EXPECT_THAT(Info("in/a.jpg"), HasSubstr("up to date; now cached"));
 }
 
+TEST_F(CacheCommands, UpdateDropsWhateverIsGoneAtOnce) {
+    m_space.AddSample("audio.wav", "in/e.wav");
+    ASSERT_EQ(m_space.Run({"sheet", "in"}).exitCode, 0);
+    fs::remove(m_space / "in/e.wav");
+    // A name that has been damaged leads out of the folder.
+    for (const char* pszList : {"1.dat", "2.dat"}) {
+        std::string list = ReadFile(m_space / m_cache / pszList);
+        const std::size_t place = list.find(std::string("/\0a\0.\0j", 7));
+        if (place == std::string::npos) continue;
+        m_space.AddFile(m_cache + '/' + pszList, list.replace(place, 1, "?"));
+    }
+    EXPECT_THAT(m_space.Run({"update"}).output, StartsWith("5 files, 0 made anew, 3 up to date, 2 gone"));
+    EXPECT_THAT(m_space.Run({"update"}).output, StartsWith("3 files, 0 made anew, 3 up to date, 0 gone"));
+}
+
 TEST_F(CacheCommands, ForgetTakesFilesAndFolders) {
     const struct {
         std::vector<std::string> paths;
@@ -110,8 +126,10 @@ TEST_F(CacheCommands, MoveTakesTheWholeCacheWithIt) {
     const std::string before = Stat();
     const std::string figures = before.substr(before.find("\"folders\""));
     const std::string old = m_cache;
+    m_space.AddFile(m_cache + "/Temp12.tmp", std::string(2'000'000, 'x'));  // stays behind
     const Outcome outcome = m_space.Run({"move", "deep/new"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome;
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("^[0-9.]+ kB moved"));
     EXPECT_THAT(outcome.output, HasSubstr("Cache: " + fs::canonical(m_space / "deep/new").native() + '\n'));
     m_cache = "deep/new";
     EXPECT_THAT(Stat(), HasSubstr(figures));
@@ -138,21 +156,56 @@ TEST_F(CacheCommands, MoveTakesTheWholeCacheWithIt) {
     EXPECT_THAT(Stat(), HasSubstr(figures));
 }
 
-// What cannot be done is not reported as done.
+TEST_F(CacheCommands, AMoveThatFailsLeavesNothing) {
+    fs::create_directory(m_space / "small");
+    const TestSupport::SmallDisk disk(m_space / "small");
+    if (!disk.IsMounted()) GTEST_SKIP() << "no disk can be mounted";
+    const auto ballast = disk.Fill(4096);
+    const Outcome outcome = m_space.Run({"move", "small/new/deep"});
+    EXPECT_EQ(outcome.exitCode, 1) << outcome;
+    EXPECT_THAT(outcome.errors, HasSubstr("/small/new/deep: No space left on device"));
+    EXPECT_EQ(m_space.List("small"), std::vector<std::string>{"ballast"});
+    EXPECT_THAT(Info("in/a.jpg"), HasSubstr("up to date; now cached"));
+}
+
+// What cannot be done is not reported as done. What can be read is used, unless a part of it could be
+// written.
 TEST_F(CacheCommands, ACacheThatMayNotBeChangedStaysAsItIs) {
     const std::vector<std::string> before = m_space.List(m_cache);
     const std::string figures = Stat();
+    m_space.AddSample("progressive.jpg", "in/new.jpg");
     const auto run = [&](const std::vector<std::string>& arguments) {
-        return WaitFor(m_space.Start(arguments, -1, -1, Workspace::Power::Own));
+        return m_space.Run(arguments, Workspace::Power::Own);
     };
-    for (const fs::perms perms : {fs::perms::none, fs::perms(0500)}) {
-        fs::permissions(m_space / m_cache, perms);
-        for (const std::vector<std::string>& arguments :
-             {std::vector<std::string>{"forget", "in"}, {"clear"}, {"move", "taken"}, {"update"}})
-            EXPECT_EQ(run(arguments), 1) << arguments[0];
-        EXPECT_EQ(run({"stat"}), perms == fs::perms::none ? 1 : 0);
+    const struct {
+        fs::perms folder, files;
+        int exitOfStat, exitOfThumb;
+        const char* pszOrigin;
+    } cases[] = {{fs::perms::none, fs::perms(0600), 1, 1, ""},
+                 {fs::perms(0500), fs::perms(0600), 0, 0, "decoded"},
+                 {fs::perms(0500), fs::perms(0400), 0, 0, "cached"}};
+    for (const auto& c : cases) {
+        for (const std::string& name : before)
+            fs::permissions(m_space / m_cache / name, c.files);
+        fs::permissions(m_space / m_cache, c.folder);
+        for (const std::vector<std::string>& arguments : {std::vector<std::string>{"forget", "in"},
+                                                          {"clear"},
+                                                          {"move", "taken"},
+                                                          {"update"},
+                                                          {"warm", "in"}})
+            EXPECT_EQ(run(arguments).exitCode, 1) << arguments[0];
+        EXPECT_EQ(run({"stat"}).exitCode, c.exitOfStat);
+        for (const char* name : {"in/a.jpg", "in/new.jpg"}) {
+            const Outcome thumb = run({"thumb", "-o", "out.png", name, "--cache", m_cache});
+            EXPECT_EQ(thumb.exitCode, c.exitOfThumb) << thumb;
+            const char* const pszOrigin = name == std::string("in/a.jpg") ? c.pszOrigin : "decoded";
+            EXPECT_THAT(thumb.output, HasSubstr(thumb.exitCode == 0 ? pszOrigin : ""));
+        }
+        const Outcome sheet = run({"sheet", "in"});
+        EXPECT_EQ(sheet.exitCode, 0) << sheet;
+        EXPECT_THAT(sheet.errors, StartsWith("qxtng: warning: nothing is "));
+        fs::permissions(m_space / m_cache, fs::perms(0700));
     }
-    fs::permissions(m_space / m_cache, fs::perms(0700));
     EXPECT_EQ(m_space.List(m_cache), before);
     EXPECT_EQ(Stat(), figures);
 }

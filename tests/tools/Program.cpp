@@ -11,23 +11,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 
 namespace fs = std::filesystem;
 
 Workspace::Workspace() {
-    std::string name = (fs::temp_directory_path() / "qxtng-test-XXXXXX").native();
-    if (!mkdtemp(name.data()))
-        throw fs::filesystem_error("mkdtemp", name, std::error_code(errno, std::generic_category()));
-    m_base = name;
-    m_folder = m_base / "files";
     fs::create_directory(m_folder);
-    environment = {{"HOME", m_base}, {"XDG_CACHE_HOME", m_base}};
-}
-
-Workspace::~Workspace() {
-    std::error_code ignored;
-    fs::remove_all(m_base, ignored);
+    environment = {{"HOME", m_base.Path()}, {"XDG_CACHE_HOME", m_base.Path()}};
 }
 
 void Workspace::AddSample(const std::string& sample, const fs::path& name) const {
@@ -38,11 +27,11 @@ void Workspace::AddFile(const fs::path& name, const std::string& content) const 
     std::ofstream(m_folder / name, std::ios::binary) << content;
 }
 
-Outcome Workspace::Run(const std::vector<std::string>& arguments) const {
+Outcome Workspace::Run(const std::vector<std::string>& arguments, Power power) const {
     const Workspace streams;
     const int output = open((streams / "out").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
     const int errors = open((streams / "err").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    const int exitCode = WaitFor(Start(arguments, output, errors));
+    const int exitCode = WaitFor(Start(arguments, output, errors, power));
     close(output);
     close(errors);
     return {exitCode, ReadFile(streams / "out"), ReadFile(streams / "err")};
@@ -80,11 +69,6 @@ int WaitFor(pid_t process) {
     int status = 0;
     if (process < 0 || waitpid(process, &status, 0) != process) return -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-std::string ReadFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 std::string KindOf(const std::string& content) {

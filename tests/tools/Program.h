@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "support/TemporaryFolder.h"
+
 /// The program under test, run as a user runs it, in a folder and with a cache of its own.
 
 inline const std::filesystem::path kSamples = QXTNG_SAMPLES;
@@ -21,9 +23,6 @@ struct Outcome {
 class Workspace {
   public:
     Workspace();
-    ~Workspace();
-    Workspace(const Workspace&) = delete;
-    Workspace& operator=(const Workspace&) = delete;
 
     std::filesystem::path operator/(const std::filesystem::path& name) const { return m_folder / name; }
 
@@ -31,12 +30,11 @@ class Workspace {
     void AddSample(const std::string& sample, const std::filesystem::path& name = {}) const;
     void AddFile(const std::filesystem::path& name, const std::string& content) const;
 
-    /// Runs qxtng in the workspace until it ends.
-    Outcome Run(const std::vector<std::string>& arguments) const;
+    /// Runs qxtng in the workspace until it ends. Without root's power over permissions, if that is wanted.
+    enum class Power { All, Own };
+    Outcome Run(const std::vector<std::string>& arguments, Power power = Power::All) const;
 
     /// Starts qxtng with the two descriptors as standard output and standard error; -1 is a closed one.
-    /// Without root's power over permissions, if that is wanted.
-    enum class Power { All, Own };
     pid_t Start(const std::vector<std::string>& arguments, int output, int errors,
                 Power power = Power::All) const;
 
@@ -48,14 +46,14 @@ class Workspace {
     std::map<std::string, std::string> environment;
 
   private:
-    std::filesystem::path m_base;  // of the files and the cache
-    std::filesystem::path m_folder;
+    TestSupport::TemporaryFolder m_base;  // of the files and the cache
+    std::filesystem::path m_folder = m_base / "files";
 };
+
+using TestSupport::ReadFile;
 
 /// Waits for the end of a program; see Outcome::exitCode.
 int WaitFor(pid_t process);
-
-std::string ReadFile(const std::filesystem::path& path);
 
 /// "jpeg", "png" or "other", by the first bytes.
 std::string KindOf(const std::string& content);

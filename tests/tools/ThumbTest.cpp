@@ -1,7 +1,5 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <png.h>
-#include <unistd.h>
 
 #include "Program.h"
 
@@ -126,33 +124,6 @@ TEST(Thumb, StandardOutputGetsTheBytesOfTheLibrary) {
     EXPECT_EQ(outcome.output, ReadFile(space / "out" / "lossy.webp.jpg"));
     EXPECT_NE(outcome.errors.find("cached"), std::string::npos) << "the report goes to standard error";
     EXPECT_EQ(Thumb(space, "-", kSamples / "damaged.jpg").output, "");
-}
-
-TEST(Thumb, StandardStreamsThatTakeNothing) {
-    const Workspace space;
-    space.AddSample("baseline.jpg");
-    const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
-    int brokenPipe[2];
-    ASSERT_EQ(pipe2(brokenPipe, O_CLOEXEC), 0);
-    close(brokenPipe[0]);
-    struct StreamCase {
-        std::string target;
-        int output, errors, exitCode;
-    };
-    const std::vector<StreamCase> cases = {
-        {"-", -1, full, 1},   {"-", full, full, 1},     {"-", brokenPipe[1], -1, 1},
-        {"a.png", -1, -1, 0}, {"b.png", full, full, 1}, {"c.png", brokenPipe[1], brokenPipe[1], 0},
-    };
-    for (const StreamCase& stream : cases) {
-        const pid_t process =
-            space.Start({"thumb", "-o", stream.target, "baseline.jpg"}, stream.output, stream.errors);
-        EXPECT_EQ(WaitFor(process), stream.exitCode) << stream.target << ' ' << stream.output;
-    }
-    for (const char* name : {"a.png", "b.png", "c.png"})
-        EXPECT_EQ(KindOf(ReadFile(space / name)), "png") << name;
-    EXPECT_EQ(space.List().size(), 4u);
-    close(brokenPipe[1]);
-    close(full);
 }
 
 TEST(Thumb, NoFileOfTheRunIsOverwritten) {

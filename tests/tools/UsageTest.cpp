@@ -1,5 +1,7 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <sstream>
 
@@ -22,6 +24,7 @@ struct UsageCase {
 
 TEST(Usage, ExitCodesAndMessages) {
     const std::vector<UsageCase> cases = {
+        {{"update"}, 1, "there is no cache in"},
         {{"--help"}, 0, ""},
         {{"--version"}, 0, ""},
         {{"thumb", "--help"}, 0, ""},
@@ -45,7 +48,7 @@ TEST(Usage, ExitCodesAndMessages) {
         {{"thumb", "-o", "x", "empty.png"}, 1, "empty.png: empty"},
         {{"thumb", "-o", "x", "renamed.jpg"}, 1, "renamed.jpg: damaged"},
         {{"thumb", "-o", "x", "missing.jpg"}, 1, "missing.jpg: No such file"},
-        {{"thumb", "-o", "x", ""}, 1, "No such file"},
+        {{"thumb", "-o", "x", ""}, 1, "qxtng: '': No such file"},
         {{"thumb", "-o", "x", "folder"}, 1, "folder: a folder"},
         {{"thumb", "-o", "x", "pipe.jpg"}, 1, "pipe.jpg: not a regular file"},
         {{"thumb", "-o", "x", "[a,b].jpg", "--", "-s"}, 2, "several files"},
@@ -73,7 +76,7 @@ TEST(Usage, ExitCodesAndMessages) {
         {{"info"}, 2, "FILE"},
         {{"info", "missing.jpg"}, 1, "missing.jpg: No such file"},
         {{"info", "damaged.jpg"}, 1, "damaged.jpg: damaged"},
-        {{"update", "--cache", "missing"}, 1, "missing: No such file"},
+        {{"update", "--cache", "missing"}, 2, "missing does not exist"},
         {{"update", "--cache", "folder", "-j", "0"}, 2, "--jobs"},
         {{"forget"}, 2, "PATH"},
         {{"forget", "--cache", "note.txt", "good.jpg"}, 2, "note.txt is not a folder"},
@@ -85,8 +88,12 @@ TEST(Usage, ExitCodesAndMessages) {
         {{"thumb", "-o", "x", "note.txt"}, 1, "note.txt: its name has no extension of a picture"},
         {{"clear", "everything"}, 2, "everything"},
         {{"stat", "--cache", ""}, 2, "--cache is empty"},
+        {{"stat", "--cache", "missing"}, 2, "missing does not exist"},
+        {{"check", "missing"}, 2, "missing does not exist"},
+        {{"check", "note.txt"}, 2, "note.txt is not a folder"},
         {{"sheet"}, 2, "FOLDER"},
         {{"sheet", "missing"}, 2, "missing does not exist"},
+        {{"sheet", ""}, 2, "folder '' does not exist"},
         {{"sheet", "good.jpg"}, 2, "good.jpg is not a folder"},
         {{"sheet", "folder", "-o", ""}, 2, "--output"},
         {{"sheet", "folder", "-o", "folder"}, 1, "folder cannot be written: is a folder"},
@@ -119,22 +126,68 @@ TEST(Usage, ExitCodesAndMessages) {
     EXPECT_EQ(ReadFile(space / "good.jpg"), good);
 }
 
-TEST(Usage, LogIsPrintedOnlyWhenAskedFor) {
-    struct LogCase {
-        std::vector<std::string> options;
-        bool showsCalls;
-    };
-    const std::vector<LogCase> cases = {
-        {{}, false}, {{"--log", "error"}, false}, {{"--log", "info"}, false}, {{"--log", "all"}, true}};
+// What is lost matters where it is all that the command gives; that nobody wants to read it does not.
+TEST(Usage, StandardStreamsThatTakeNothing) {
     const Workspace space;
     space.AddSample("baseline.jpg");
-    for (const LogCase& log : cases) {
-        std::vector<std::string> arguments = log.options;
-        arguments.insert(arguments.end(), {"thumb", "-o", "out.png", "baseline.jpg"});
+    ASSERT_EQ(space.Run({"warm", "."}).exitCode, 0);
+    const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    int pipeEnds[2];
+    ASSERT_EQ(pipe2(pipeEnds, O_CLOEXEC), 0);
+    close(pipeEnds[0]);
+    const int broken = pipeEnds[1];
+    const struct {
+        std::vector<std::string> arguments;
+        int output, errors, exitCode;
+    } cases[] = {
+        {{"thumb", "-o", "-", "baseline.jpg"}, -1, full, 1},
+        {{"thumb", "-o", "-", "baseline.jpg"}, full, full, 1},
+        {{"thumb", "-o", "-", "baseline.jpg"}, broken, -1, 1},
+        {{"thumb", "-o", "a.png", "baseline.jpg"}, -1, -1, 0},
+        {{"thumb", "-o", "b.png", "baseline.jpg"}, full, full, 1},
+        {{"thumb", "-o", "c.png", "baseline.jpg"}, broken, broken, 0},
+        {{"--version"}, full, -1, 1},
+        {{"--help"}, -1, -1, 1},
+        {{"thumb", "--help"}, broken, -1, 0},
+        {{"info", "--json", "baseline.jpg"}, -1, -1, 1},
+        {{"stat"}, -1, -1, 1},
+        {{"stat", "--json"}, broken, -1, 0},
+        {{"check", "../qxtng"}, -1, -1, 1},
+        {{"update"}, -1, -1, 0},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(WaitFor(space.Start(c.arguments, c.output, c.errors)), c.exitCode)
+            << testing::PrintToString(c.arguments) << ' ' << c.output;
+    }
+    for (const char* name : {"a.png", "b.png", "c.png"})
+        EXPECT_EQ(KindOf(ReadFile(space / name)), "png") << name;
+    EXPECT_EQ(space.List().size(), 4u);
+    close(broken);
+    close(full);
+}
+
+TEST(Usage, ASubFolderThatCannotBeReadIsAFailure) {
+    const Workspace space;
+    std::filesystem::create_directories(space / "in/closed");
+    space.AddSample("baseline.jpg", "in/a.jpg");
+    std::filesystem::permissions(space / "in/closed", std::filesystem::perms::none);
+    for (const char* command : {"sheet", "warm"}) {
+        const Outcome outcome = space.Run({command, "in", "-r"}, Workspace::Power::Own);
+        EXPECT_EQ(outcome.exitCode, 1) << outcome;
+        EXPECT_TRUE(outcome.output.starts_with("1 file, ")) << outcome;
+        EXPECT_NE(outcome.errors.find("in/closed/ is left out: Permission denied"), std::string::npos);
+    }
+}
+
+TEST(Usage, LogIsPrintedOnlyWhenAskedFor) {
+    const Workspace space;
+    space.AddSample("baseline.jpg");
+    for (const std::string level : {"", "error", "info", "all"}) {
+        std::vector<std::string> arguments = {"thumb", "-o", "out.png", "baseline.jpg"};
+        if (!level.empty()) arguments.insert(arguments.begin(), {"--log", level});
         const Outcome outcome = space.Run(arguments);
-        SCOPED_TRACE(testing::PrintToString(arguments) + '\n' + testing::PrintToString(outcome));
-        EXPECT_EQ(outcome.exitCode, 0);
-        EXPECT_EQ(outcome.errors.find("log: enter: ") != std::string::npos, log.showsCalls);
+        EXPECT_EQ(outcome.exitCode, 0) << outcome;
+        EXPECT_EQ(outcome.errors.find("log: enter: ") != std::string::npos, level == "all") << outcome;
         ExpectMessages(outcome.errors);
     }
 }

@@ -49,14 +49,6 @@ TEST(Warm, MakesWhatTheCacheLacks) {
               std::string::npos);
 }
 
-TEST(Warm, NothingIsFilledWithoutACache) {
-    Workspace space;
-    space.environment["XDG_CACHE_HOME"] = "/proc";
-    const Outcome outcome = space.Run({"warm", "."});
-    EXPECT_EQ(outcome.exitCode, 1) << outcome;
-    EXPECT_NE(outcome.errors.find("there is no cache to fill"), std::string::npos) << outcome;
-}
-
 // What was made is saved, and the next run makes the rest.
 TEST(Warm, GoesOnAfterASignal) {
     constexpr int kFiles = 120;

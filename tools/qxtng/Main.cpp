@@ -24,7 +24,7 @@ int RunCommand(const Arguments& arguments) {
     if (!arguments.run) return arguments.exitCode;
     const LogOutput log(arguments.log);
     const int exitCode = arguments.run();
-    CheckStandardOutput();
+    CheckStandardOutput(Lines::Report);
     return exitCode;
 }
 

@@ -1,6 +1,7 @@
 #include "Arguments.h"
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -30,7 +31,13 @@ std::vector<std::string> CollectArguments(int argc, const char* const* argv) {
 }
 
 int ReportParseError(CLI::App& app, const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error);
+    if (error.get_exit_code() == 0) {
+        std::ostringstream text;
+        app.exit(error, text);
+        PrintLine(std::string_view(text.view()).substr(0, text.view().find_last_not_of('\n') + 1));
+        CheckStandardOutput(Lines::Result);
+        return kExitGood;
+    }
     const bool lacksCommand =
         dynamic_cast<const CLI::RequiredError*>(&error) && app.get_subcommands().empty();
     PrintError((lacksCommand ? "the first word must be a command" : Displayable(error.what())) +

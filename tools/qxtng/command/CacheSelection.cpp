@@ -59,7 +59,7 @@ CacheSelection SelectWholeCache(const std::string& cacheFolder) {
 
 bool ReportMissing(const CacheSelection& selection) {
     for (const std::string& path : selection.missing)
-        PrintError(Displayable(path) + ": not in the cache");
+        PrintError(DisplayableName(path) + ": not in the cache");
     return selection.missing.empty();
 }
 

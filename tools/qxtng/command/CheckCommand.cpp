@@ -1,8 +1,8 @@
 #include "CheckCommand.h"
 
-#include <filesystem>
-
 #include "CacheCheck.h"
+#include "files/SourceFile.h"
+#include "terminal/Figures.h"
 #include "terminal/JsonText.h"
 #include "terminal/Messages.h"
 
@@ -12,19 +12,12 @@ namespace {
 using CacheCheck::CacheReport;
 using CacheCheck::Finding;
 
-void RequireFolder(const std::string& folder) {
-    std::error_code error;
-    const auto status = std::filesystem::status(folder, error);
-    if (!std::filesystem::exists(status)) throw WrongUse(Displayable(folder) + " does not exist");
-    if (!std::filesystem::is_directory(status)) throw WrongUse(Displayable(folder) + " is not a folder");
-}
-
 const char* NameOf(CacheCheck::Severity severity) {
     return severity == CacheCheck::Severity::Error ? "error" : "warning";
 }
 
-std::string Count(std::uint64_t count, const std::string& what) {
-    return (count == 0 ? "no" : std::to_string(count)) + ' ' + what + (count == 1 ? "" : "s");
+std::string CountedOrNo(std::uint64_t count, const std::string& what) {
+    return count == 0 ? "no " + what + 's' : Counted(count, what);
 }
 
 /// Like a compiler's: "1.dat:118: error: what is wrong [list-truncated]".
@@ -39,14 +32,14 @@ void PrintText(const CacheReport& report) {
     for (const Finding& finding : report.findings)
         PrintLine(LineOf(finding));
     const std::uint64_t omitted = report.errors + report.warnings - report.findings.size();
-    if (omitted != 0) PrintLine("and " + Count(omitted, "more finding"));
+    if (omitted != 0) PrintLine("and " + Counted(omitted, "more finding"));
     const CacheCheck::Statistics& counts = report.statistics;
-    const auto text = [](std::uint64_t number) { return std::to_string(number); };
-    PrintLine(Count(counts.folders, "folder") + ", " + Count(counts.records, "record") + ": " +
-              text(counts.live) + " live (" + text(counts.defaultImages) + " with default images, " +
-              text(counts.noThumbnails) + " without thumbnails), " + text(counts.deleted) + " deleted");
-    PrintLine(text(counts.liveBytes) + " bytes of thumbnails, " + text(counts.deadBytes) + " of dead space");
-    PrintLine(Count(report.errors, "error") + ", " + Count(report.warnings, "warning"));
+    PrintLine(Counted(counts.folders, "folder") + ", " + Counted(counts.records, "record") + ": " +
+              ToText(counts.live) + " live (" + ToText(counts.defaultImages) + " with default images, " +
+              ToText(counts.noThumbnails) + " without thumbnails), " + ToText(counts.deleted) + " deleted");
+    PrintLine(Counted(counts.liveBytes, "byte") + " of thumbnails, " + ToText(counts.deadBytes) +
+              " of dead space");
+    PrintLine(CountedOrNo(report.errors, "error") + ", " + CountedOrNo(report.warnings, "warning"));
 }
 
 std::string JsonOf(const Finding& finding) {
@@ -75,13 +68,14 @@ void PrintJson(const std::string& folder, const CacheReport& report) {
 }  // namespace
 
 int RunCheck(const CheckOptions& options) {
-    RequireFolder(options.folder);
+    RequireFolder(options.folder, "cache folder");
     const CacheReport report = CacheCheck::CheckCache(options.folder);
     if (options.json) {
         PrintJson(options.folder, report);
     } else {
         PrintText(report);
     }
+    CheckStandardOutput(Lines::Result);
     return ExitCodeOf(report.errors == 0);
 }
 

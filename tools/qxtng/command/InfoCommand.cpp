@@ -74,7 +74,7 @@ bool PrintText(const InfoOptions& options) {
         if (info.failure.empty()) {
             PrintLine(LineOf(info));
         } else {
-            PrintError(Displayable(file) + ": " + info.failure);
+            PrintError(DisplayableName(file) + ": " + info.failure);
             good = false;
         }
     }
@@ -85,7 +85,9 @@ bool PrintText(const InfoOptions& options) {
 
 int RunInfo(const InfoOptions& options) {
     const ThumbnailCache cache(options.cache);
-    return ExitCodeOf(options.json ? PrintJson(options, cache.Folder()) : PrintText(options));
+    const bool good = options.json ? PrintJson(options, cache.Folder()) : PrintText(options);
+    CheckStandardOutput(Lines::Result);
+    return ExitCodeOf(good);
 }
 
 }  // namespace Client

@@ -15,16 +15,19 @@ namespace {
 constexpr std::chrono::milliseconds kLook{100};  // between looks at how far it is
 
 /// The library moves all files in one call; how far it is can be seen in the new folder.
-void MoveWithProgress(ThumbnailCache& cache, const std::string& newFolder, std::size_t files) {
-    const std::size_t before = SizeOfFolder(newFolder).files;
+/// Answers how many bytes have come there.
+std::uint64_t MoveWithProgress(ThumbnailCache& cache, const std::string& newFolder) {
+    const std::size_t files = SizeOfFolder(cache.Folder()).files;
+    const FolderSize before = SizeOfFolder(newFolder);
     Progress progress(files);
     auto moved = std::async(std::launch::async, [&] { cache.MoveTo(newFolder); });
     for (std::size_t shown = 0; moved.wait_for(kLook) != std::future_status::ready;) {
         const std::size_t there = SizeOfFolder(newFolder).files;
-        for (; shown + before < there && shown < files; ++shown)
+        for (; shown + before.files < there && shown < files; ++shown)
             progress.Advance();
     }
     moved.get();
+    return SizeOfFolder(newFolder).bytes - before.bytes;
 }
 
 }  // namespace
@@ -32,9 +35,8 @@ void MoveWithProgress(ThumbnailCache& cache, const std::string& newFolder, std::
 int RunMove(const MoveOptions& options) {
     if (options.newFolder.empty()) throw WrongUse("the name of the new folder is empty");
     ThumbnailCache cache = ThumbnailCache::Existing(options.cache, ThumbnailCache::Access::Write);
-    const FolderSize size = SizeOfFolder(cache.Folder());
-    MoveWithProgress(cache, AbsolutePath(options.newFolder), size.files);
-    PrintLine(BytesToText(size.bytes) + " moved");
+    const std::uint64_t bytes = MoveWithProgress(cache, AbsolutePath(options.newFolder));
+    PrintLine(BytesToText(bytes) + " moved");
     PrintLine("Cache: " + Displayable(cache.Folder()));
     return kExitGood;
 }

@@ -59,7 +59,7 @@ SheetFigures WriteTiles(const SheetSource& source, const std::vector<std::string
 void Report(const SheetFigures& figures, const std::string& page) {
     char rate[48];
     std::snprintf(rate, sizeof rate, "%.0f per second", figures.FilesPerSecond());
-    PrintLine(ToText(figures.Files()) + " files, " + ToText(figures.Cached()) + " from the cache, " +
+    PrintLine(Counted(figures.Files(), "file") + ", " + ToText(figures.Cached()) + " from the cache, " +
               ToText(figures.Failed()) + " failed, " + ToText(figures.time) + ", " + rate);
     PrintLine("Contact sheet: " + Displayable(page));
 }
@@ -67,7 +67,7 @@ void Report(const SheetFigures& figures, const std::string& page) {
 }  // namespace
 
 int RunSheet(const SheetOptions& options) {
-    const std::vector<std::string> files = ListFolder(options.folder, options.recursive);
+    const auto [files, complete] = ListFolder(options.folder, options.recursive);
     const SheetSource source = DescribeSource(options);
     CheckPage(options, source, files);
     SheetPage page(options.page, source);
@@ -75,7 +75,7 @@ int RunSheet(const SheetOptions& options) {
     const SheetFigures figures = WriteTiles(source, files, page);
     page.Finish(figures);
     Report(figures, AbsolutePath(options.page));
-    return ExitCodeOf(figures.Failed() == 0);
+    return ExitCodeOf(complete && figures.Failed() == 0);
 }
 
 }  // namespace Client

@@ -108,6 +108,7 @@ int RunStat(const StatOptions& options) {
         PrintText(cache.Folder(), report.statistics, onDisk);
         if (report.errors != 0) PrintLine(Counted(report.errors, "error") + "; see qxtng check");
     }
+    CheckStandardOutput(Lines::Result);
     return kExitGood;
 }
 

@@ -70,7 +70,7 @@ int RunThumb(const ThumbOptions& options) {
         try {
             MakeOne(file, options, target);
         } catch (const std::exception& error) {
-            PrintError(Displayable(file) + ": " + error.what());
+            PrintError(DisplayableName(file) + ": " + error.what());
             good = false;
         }
     }

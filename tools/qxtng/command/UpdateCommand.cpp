@@ -40,10 +40,6 @@ bool IsGone(const std::string& path) {
     return stat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
-std::string FolderOf(const std::string& path) {
-    return path.substr(0, path.rfind('/'));
-}
-
 /// Goes over files of the cache on several threads. What is gone is only noted.
 class Updating {
   public:
@@ -64,7 +60,7 @@ class Updating {
     }
 
     const Figures& Result() const { return m_figures; }
-    const std::vector<std::string>& Gone() const { return m_gone; }
+    const std::set<std::string>& Gone() const { return m_gone; }
 
   private:
     void Work(Progress& progress, const Interruption& interruption) {
@@ -90,7 +86,7 @@ class Updating {
         const std::scoped_lock lock(m_guard);
         if (isGone) {
             ++m_figures.gone;
-            m_gone.push_back(file.path);
+            m_gone.insert(file.path);
         } else if (result != QXTNG_SUCCESS) {
             ++m_figures.failed;
             m_failure = Displayable(file.path) + ": cannot be read; its old thumbnail stays";
@@ -103,30 +99,36 @@ class Updating {
     std::atomic<std::size_t> m_claimed = 0;
     std::mutex m_guard;  // of all that follows
     Figures m_figures;
-    std::vector<std::string> m_gone;
+    std::set<std::string> m_gone;
     std::string m_failure;  // to be printed
 };
 
+void Forget(const CacheCheck::CachedFile& file) {
+    DeleteThumbnail(Platform::PathFromBytes(file.path).c_str());
+}
+
+/// The folder is the one whose list has the entries, whatever the path of a damaged entry says.
+void ForgetGoneIn(const CacheCheck::CachedFolder& folder, const std::set<std::string>& gone) {
+    const auto isGone = [&gone](const CacheCheck::CachedFile& file) { return gone.contains(file.path); };
+    if (std::ranges::none_of(folder.files, isGone)) return;
+    const std::u16string key = Platform::PathFromBytes(folder.path);
+    if (IsGone(folder.path + '/')) {
+        DeleteFolder(key.c_str());
+        return;
+    }
+    UpdateFolder(key.c_str());  // passes over what is shown by a default image
+    for (const CacheCheck::CachedFile& file : folder.files) {
+        if (!file.hasThumbnails && isGone(file)) Forget(file);
+    }
+}
+
 /// Removes the entries of files that are gone: folder by folder, since each removal saves the folder's list.
-void ForgetGone(const CacheSelection& selection, const std::vector<std::string>& gone) {
-    std::set<std::string> folders;
-    for (const std::string& path : gone) {
-        const bool isSingle =
-            std::ranges::find(selection.files, path, &CacheCheck::CachedFile::path) != selection.files.end();
-        if (isSingle) {
-            DeleteThumbnail(Platform::PathFromBytes(path).c_str());
-        } else {
-            folders.insert(FolderOf(path));
-        }
+void ForgetGone(const CacheSelection& selection, const std::set<std::string>& gone) {
+    for (const CacheCheck::CachedFile& file : selection.files) {
+        if (gone.contains(file.path)) Forget(file);
     }
-    for (const std::string& folder : folders) {
-        const std::u16string key = Platform::PathFromBytes(folder);
-        if (IsGone(folder + '/')) {
-            DeleteFolder(key.c_str());
-        } else {
-            UpdateFolder(key.c_str());
-        }
-    }
+    for (const CacheCheck::CachedFolder& folder : selection.folders)
+        ForgetGoneIn(folder, gone);
 }
 
 void Report(const Figures& figures, Clock::duration time, const std::string& cacheFolder) {

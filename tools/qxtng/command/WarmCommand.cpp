@@ -154,7 +154,7 @@ void Report(const Figures& figures, const std::string& cacheFolder) {
         figures.time.count() > 0 ? static_cast<double>(figures.made) / figures.time.count() : 0;
     char perSecond[48];
     std::snprintf(perSecond, sizeof perSecond, "%.0f per second", rate);
-    PrintLine(ToText(figures.files) + " files, " + ToText(figures.made) + " made, " +
+    PrintLine(Counted(figures.files, "file") + ", " + ToText(figures.made) + " made, " +
               ToText(figures.upToDate) + " up to date, " + ToText(figures.notKept) + " not kept, " +
               ToText(figures.failed) + " failed, " + (figures.left ? ToText(figures.left) + " left, " : "") +
               ToText(figures.time) + ", " + perSecond);
@@ -165,9 +165,9 @@ void Report(const Figures& figures, const std::string& cacheFolder) {
 
 int RunWarm(const WarmOptions& options) {
     const auto start = Clock::now();
-    const std::vector<std::string> files = ListFolder(options.folder, options.recursive);
+    const auto [files, complete] = ListFolder(options.folder, options.recursive);
     ThumbnailCache cache(options.cache);
-    if (cache.Folder().empty()) throw Failure("there is no cache to fill");
+    if (cache.Folder().empty() || cache.IsReadOnly()) throw Failure("there is no cache to fill");
     const Interruption interruption;
     Figures figures{.files = files.size()};
     MakeAll(options, FindMissing(options, files, interruption, figures), interruption, figures);
@@ -177,7 +177,7 @@ int RunWarm(const WarmOptions& options) {
     figures.time = Clock::now() - start;
     Report(figures, folder);
     if (const int signalNumber = interruption.Signal()) return kExitOfSignal + signalNumber;
-    return ExitCodeOf(isSaved && figures.failed == 0);
+    return ExitCodeOf(complete && isSaved && figures.failed == 0);
 }
 
 }  // namespace Client

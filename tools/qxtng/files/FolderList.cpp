@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "NaturalOrder.h"
+#include "SourceFile.h"
 #include "common/TNGTypes.h"
 #include "cutil/AssetType.h"
 #include "platform/Text.h"
@@ -19,7 +20,7 @@ class TreeWalk {
   public:
     TreeWalk(const std::string& folder, bool recursive) : m_folder(folder), m_recursive(recursive) {}
 
-    std::vector<std::string> Run() {
+    FolderList Run() {
         if (const std::error_code error = ReadFolder("")) {
             throw Failure("folder " + Displayable(m_folder.native()) + " cannot be read: " + error.message());
         }
@@ -27,12 +28,12 @@ class TreeWalk {
             const std::string subFolder = std::move(m_pending.back());
             m_pending.pop_back();
             if (const std::error_code error = ReadFolder(subFolder)) {
-                PrintError("warning: " + Displayable((m_folder / subFolder).native()) +
-                           " is left out: " + error.message());
+                PrintError(Displayable((m_folder / subFolder).native()) + " is left out: " + error.message());
+                m_list.complete = false;
             }
         }
-        std::sort(m_files.begin(), m_files.end(), NaturalLess);
-        return std::move(m_files);
+        std::sort(m_list.files.begin(), m_list.files.end(), NaturalLess);
+        return std::move(m_list);
     }
 
   private:
@@ -52,7 +53,7 @@ class TreeWalk {
         if (entry.symlink_status(error).type() == fs::file_type::directory) {
             if (m_recursive) m_pending.push_back(path + '/');
         } else if (IsKnownType(path) && entry.is_regular_file(error)) {
-            m_files.push_back(std::move(path));
+            m_list.files.push_back(std::move(path));
         }
     }
 
@@ -64,18 +65,13 @@ class TreeWalk {
     fs::path m_folder;
     bool m_recursive;
     std::vector<std::string> m_pending;  // sub-folders to read
-    std::vector<std::string> m_files;
+    FolderList m_list;
 };
 
 }  // namespace
 
-std::vector<std::string> ListFolder(const std::string& folder, bool recursive) {
-    std::error_code error;
-    const fs::file_status status = fs::status(folder, error);
-    if (status.type() == fs::file_type::not_found)
-        throw WrongUse("folder " + Displayable(folder) + " does not exist");
-    if (error) throw Failure("folder " + Displayable(folder) + " cannot be read: " + error.message());
-    if (!fs::is_directory(status)) throw WrongUse(Displayable(folder) + " is not a folder");
+FolderList ListFolder(const std::string& folder, bool recursive) {
+    RequireFolder(folder);
     return TreeWalk(folder, recursive).Run();
 }
 

@@ -41,6 +41,16 @@ void CheckReadable(const std::string& path) {
     if (access(path.c_str(), R_OK) != 0) throw Failure(std::strerror(errno));
 }
 
+void RequireFolder(const std::string& path, const std::string& what) {
+    struct stat status {};
+    const int error = stat(path.c_str(), &status) == 0 ? 0 : errno;
+    const std::string name = what + ' ' + DisplayableName(path);
+    if (error == ENOENT) throw WrongUse(name + " does not exist");
+    if (error == ENOTDIR || (error == 0 && !S_ISDIR(status.st_mode)))
+        throw WrongUse(name + " is not a folder");
+    if (error != 0) throw SystemFailure(name + " cannot be used", error);
+}
+
 bool IsEmptyFile(const std::string& path) {
     struct stat status {};
     return stat(path.c_str(), &status) == 0 && status.st_size == 0;

@@ -29,6 +29,10 @@ std::string AbsoluteFolder(const std::string& folder);
 /// pass: opening anything else could block.
 void CheckReadable(const std::string& path);
 
+/// Throws a WrongUse if there is no such folder, and a Failure if that cannot be told. `what` the folder is
+/// begins the message.
+void RequireFolder(const std::string& path, const std::string& what = "folder");
+
 bool IsEmptyFile(const std::string& path);
 
 }  // namespace Client

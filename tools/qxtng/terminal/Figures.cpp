@@ -26,13 +26,13 @@ std::string ToText(std::chrono::duration<double> time) {
 
 std::string BytesToText(std::uint64_t bytes) {
     static constexpr const char* kUnits[] = {"bytes", "kB", "MB", "GB", "TB"};
+    if (bytes < 1000) return Counted(bytes, "byte");
     std::size_t unit = 0;
     auto number = static_cast<double>(bytes);
     for (; number >= 1000 && unit + 1 < std::size(kUnits); ++unit)
         number /= 1000;
     char text[48];
-    std::snprintf(text, sizeof text, unit == 0 || number >= 100 ? "%.0f %s" : "%.1f %s", number,
-                  kUnits[unit]);
+    std::snprintf(text, sizeof text, number >= 100 ? "%.0f %s" : "%.1f %s", number, kUnits[unit]);
     return text;
 }
 

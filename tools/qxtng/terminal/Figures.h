@@ -14,7 +14,7 @@ std::string ToText(std::size_t number);
 /// "0.42 s" or "3 min 20 s".
 std::string ToText(std::chrono::duration<double> time);
 
-/// "4.8 MB", of 10^6 bytes.
+/// "1 byte", "999 bytes", "4.8 MB" of 10^6 bytes.
 std::string BytesToText(std::uint64_t bytes);
 
 /// "1 folder", "2 folders".

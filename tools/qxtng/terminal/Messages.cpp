@@ -43,6 +43,10 @@ std::string Displayable(std::string_view bytes) {
     return Platform::PathToBytes(text);
 }
 
+std::string DisplayableName(std::string_view name) {
+    return name.empty() ? "''" : Displayable(name);
+}
+
 void PrintLine(std::string_view line) {
     const int error = WriteAll(STDOUT_FILENO, std::string(line) + '\n');
     if (s_outputError == 0) s_outputError = error;
@@ -62,8 +66,9 @@ void WriteStandardOutput(std::string_view bytes) {
     }
 }
 
-void CheckStandardOutput() {
-    if (s_outputError == 0 || s_outputError == EPIPE || s_outputError == EBADF) return;
+void CheckStandardOutput(Lines lines) {
+    const bool isClosed = s_outputError == EBADF;
+    if (s_outputError == 0 || s_outputError == EPIPE || (isClosed && lines == Lines::Report)) return;
     throw SystemFailure("standard output cannot be written", s_outputError);
 }
 

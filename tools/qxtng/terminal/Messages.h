@@ -34,6 +34,9 @@ Failure SystemFailure(const std::string& text, int errnoValue);
 /// become replacement characters.
 std::string Displayable(std::string_view bytes);
 
+/// The same of a name that stands alone in a message: an empty one shows as two quotes.
+std::string DisplayableName(std::string_view name);
+
 /// One line on standard output, now. A line that cannot be written is remembered for
 /// CheckStandardOutput().
 void PrintLine(std::string_view line);
@@ -47,7 +50,9 @@ void PrintError(std::string_view message);
 /// Bytes on standard output, all of them or a Failure.
 void WriteStandardOutput(std::string_view bytes);
 
-/// Throws a Failure if a line was lost. A reader that went away, or one that never was, misses nothing.
-void CheckStandardOutput();
+/// Throws a Failure if a line was lost. A reader that went away misses nothing; nor does one that never was,
+/// unless the lines are all that the command gives.
+enum class Lines { Report, Result };
+void CheckStandardOutput(Lines lines);
 
 }  // namespace Client

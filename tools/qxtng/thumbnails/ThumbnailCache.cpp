@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <utility>
 #include <vector>
@@ -39,15 +40,36 @@ fs::path DefaultFolder() {
     return home / ".cache/qxtng";
 }
 
-void MakeFolder(const std::string& folder) {
-    fs::path made;
-    for (const fs::path& name : fs::path(folder)) {
-        made /= name;
-        if (mkdir(made.c_str(), 0700) != 0 && errno != EEXIST)
-            throw SystemFailure("cache folder " + Displayable(folder) + " cannot be made", errno);
+/// A folder, made with those above it where they are missing. What was made goes again, unless it is kept.
+class MadeFolder {
+  public:
+    explicit MadeFolder(const std::string& folder) {
+        fs::path path;
+        for (const fs::path& name : fs::path(folder)) {
+            path /= name;
+            if (mkdir(path.c_str(), 0700) == 0) {
+                m_made.push_back(path);
+            } else if (errno != EEXIST) {
+                const int error = errno;
+                Remove();
+                throw SystemFailure("cache folder " + Displayable(folder) + " cannot be made", error);
+            }
+        }
     }
-    if (!fs::is_directory(folder)) throw WrongUse("cache folder " + Displayable(folder) + " is not a folder");
-}
+    ~MadeFolder() { Remove(); }
+    MadeFolder(const MadeFolder&) = delete;
+    MadeFolder& operator=(const MadeFolder&) = delete;
+
+    void Keep() { m_made.clear(); }
+
+  private:
+    void Remove() {
+        for (; !m_made.empty(); m_made.pop_back())
+            rmdir(m_made.back().c_str());
+    }
+
+    std::vector<fs::path> m_made;
+};
 
 bool IsCacheFile(const std::string& name) {
     const auto isNumber = [](const std::string& text) {
@@ -71,6 +93,12 @@ std::vector<std::string> ListCacheFiles(const std::string& folder) {
     return names;
 }
 
+bool HasWritableFile(const std::string& folder) {
+    return std::ranges::any_of(ListCacheFiles(folder), [&folder](const std::string& name) {
+        return access((folder + '/' + name).c_str(), W_OK) == 0;
+    });
+}
+
 void RemoveFile(const fs::path& file) {
     std::error_code error;
     fs::remove(file, error);
@@ -79,12 +107,10 @@ void RemoveFile(const fs::path& file) {
 
 /// Nothing is done by half: all files of the cache must be open to this user.
 void RequireAccess(const std::string& folder, bool write) {
-    struct stat status {};
-    if (stat(folder.c_str(), &status) != 0) throw SystemFailure("cache folder " + Displayable(folder), errno);
-    if (!S_ISDIR(status.st_mode)) throw WrongUse("cache folder " + Displayable(folder) + " is not a folder");
     const auto require = [write](const fs::path& path, int mode) {
-        if (access(path.c_str(), mode | (write ? W_OK : 0)) != 0)
-            throw SystemFailure("cache in " + Displayable(path.native()) + " cannot be used", errno);
+        if (access(path.c_str(), mode | (write ? W_OK : 0)) == 0) return;
+        if (errno == ENOENT) throw Failure("there is no cache in " + Displayable(path.native()));
+        throw SystemFailure("cache in " + Displayable(path.native()) + " cannot be used", errno);
     };
     require(folder, R_OK | X_OK);
     const std::vector<std::string> names = ListCacheFiles(folder);
@@ -134,15 +160,26 @@ void ThumbnailCache::OpenDefault() {
 ThumbnailCache ThumbnailCache::Existing(const CacheOptions& options, Access access) {
     if (options.folder && options.folder->empty()) throw WrongUse("the name after --cache is empty");
     const std::string folder = options.folder ? AbsolutePath(*options.folder) : DefaultFolder().native();
+    if (options.folder) RequireFolder(folder, "cache folder");
     RequireAccess(folder, access == Access::Write);
     return ThumbnailCache(folder);
 }
 
 void ThumbnailCache::Open(const std::string& folder) {
-    MakeFolder(folder);
-    if (access(folder.c_str(), R_OK | W_OK | X_OK) != 0)
+    MadeFolder made(folder);
+    RequireFolder(folder, "cache folder");
+    if (access(folder.c_str(), R_OK | X_OK) != 0)
         throw SystemFailure("cache folder " + Displayable(folder) + " cannot be used", errno);
+    if (access(folder.c_str(), W_OK) != 0) {
+        const int error = errno;
+        PrintError("warning: nothing is kept: cache folder " + Displayable(folder) +
+                   " cannot be written: " + std::strerror(error));
+        // Where some files can be written, blocks would be added that no record ever names.
+        if (HasWritableFile(folder)) return;
+        m_isReadOnly = true;
+    }
     Use(folder);
+    made.Keep();
 }
 
 void ThumbnailCache::Use(const std::string& folder) {
@@ -160,21 +197,30 @@ ThumbnailCache::~ThumbnailCache() {
 
 bool ThumbnailCache::Close() {
     const std::string folder = std::exchange(m_folder, {});
-    if (folder.empty() || ShutDown() == QXTNG_SUCCESS) return true;
+    if (folder.empty() || ShutDown() == QXTNG_SUCCESS || m_isReadOnly) return true;
     PrintError("warning: the cache in " + Displayable(folder) + " could not be saved");
     return false;
 }
 
 void ThumbnailCache::MoveTo(const std::string& folder) {
-    MakeFolder(folder);
+    MadeFolder made(folder);
+    RequireFolder(folder, "cache folder");
     const std::string real = fs::canonical(folder);
     if (real == m_folder) throw WrongUse("the cache is in " + Displayable(real) + " already");
     if (!ListCacheFiles(real).empty())
         throw WrongUse(Displayable(real) + " has a cache already, or files that bear such names");
+    if (access(real.c_str(), W_OK | X_OK) != 0)
+        throw SystemFailure("cache folder " + Displayable(real) + " cannot be used", errno);
     InitDB();  // a cache that is damaged, or empty, moves as far as it can be read
-    if (SetCacheFolder(Platform::PathFromBytes(real).c_str()) != QXTNG_SUCCESS)
-        throw Failure("the files cannot be moved to " + Displayable(real) +
+    errno = 0;
+    if (SetCacheFolder(Platform::PathFromBytes(real).c_str()) != QXTNG_SUCCESS) {
+        // What is missing is asked about on the way, and is no reason.
+        const bool hasReason = errno != 0 && errno != ENOENT;
+        const std::string reason = hasReason ? std::string(": ") + std::strerror(errno) : "";
+        throw Failure("the files cannot be moved to " + Displayable(real) + reason +
                       "; all of them are where they were");
+    }
+    made.Keep();
     m_folder = real;
 }
 

@@ -24,11 +24,12 @@ class CacheHold {
 class ThumbnailCache {
   public:
     /// Makes the folder if it is missing, for the user alone. A folder that was asked for and cannot be used
-    /// is a WrongUse or a Failure; the default folder may be missed: there is a warning, and no cache.
+    /// is a WrongUse or a Failure; the default folder may be missed: there is a warning, and no cache. One
+    /// that may only be read is used so, with a warning, or not at all if only parts of it can be written.
     explicit ThumbnailCache(const CacheOptions& options);
 
-    /// For work on a cache that is there: a Failure if it is not, or its files cannot be read, or written if
-    /// that is wanted.
+    /// For work on a cache that is there: a WrongUse if the folder that was asked for is not, a Failure if it
+    /// has no cache, or its files cannot be read, or written if that is wanted.
     enum class Access { Read, Write };
     static ThumbnailCache Existing(const CacheOptions& options, Access access);
 
@@ -41,6 +42,8 @@ class ThumbnailCache {
 
     /// The folder in use; empty without a cache.
     const std::string& Folder() const { return m_folder; }
+
+    bool IsReadOnly() const { return m_isReadOnly; }
 
     /// Moves the files to another folder, which is made if it is missing, and must have no files of a cache.
     /// A WrongUse or a Failure leaves them where they are.
@@ -56,6 +59,7 @@ class ThumbnailCache {
     void OpenDefault();
 
     std::string m_folder;
+    bool m_isReadOnly = false;
 };
 
 }  // namespace Client

@@ -1,8 +1,10 @@
 #pragma once
 
-#include "Raster.h"
+#include "support/Raster.h"
 
-namespace TestSupport {
+namespace Bench {
+
+using TestSupport::Raster;
 
 /// Both compare the luma (BT.601) of two pictures of one size; alpha is left out.
 
@@ -14,4 +16,4 @@ double LumaSsim(const Raster& picture, const Raster& original);
 /// Peak signal-to-noise ratio in dB; infinite for equal pictures.
 double LumaPsnr(const Raster& picture, const Raster& original);
 
-}  // namespace TestSupport
+}  // namespace Bench

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-namespace TestSupport {
+namespace Bench {
 namespace {
 
 constexpr std::size_t kWindow = 11;
@@ -97,4 +97,4 @@ double LumaPsnr(const Raster& picture, const Raster& original) {
     return 10 * std::log10(kPeak * kPeak * static_cast<double>(a.size()) / squares);
 }
 
-}  // namespace TestSupport
+}  // namespace Bench
