@@ -136,8 +136,9 @@ QXTNG_API std::uint32_t RefreshDBInSysFileCache();
 QXTNG_API std::uint32_t LockCache();
 QXTNG_API std::uint32_t ReleaseCacheLock();
 
-/// Stops all background threads as QXStopBackGroundThread() does, all at once, saves the cache and empties
-/// memory. While it waits for them, a callback gets QXTNG_ERROR_FAILED for a new thread.
+/// Stops all background threads as QXStopBackGroundThread() does, all at once, saves the cache, closes its
+/// files, of which two stay open between requests, and empties memory. While it waits for them, a callback
+/// gets QXTNG_ERROR_FAILED for a new thread.
 QXTNG_API std::uint32_t ShutDown();
 
 // --- Entries of the cache -------------------------------------------------------------------------------

@@ -11,6 +11,10 @@ namespace {
 
 constexpr char16_t s_szLogSource[] = u"TNGDBMgr";
 
+struct FilesClosedAtEnd {
+    ~FilesClosedAtEnd() { CloseKeptFiles(); }
+};
+
 }  // namespace
 
 std::uint32_t CTNGDBMgr::InitDB(const char16_t* path, bool bPathIsFile) {
@@ -116,6 +120,7 @@ std::uint32_t CTNGDBMgr::ReleaseCacheLock() {
 }
 
 std::uint32_t CTNGDBMgr::Shutdown() {
+    const FilesClosedAtEnd closed;
     if (!IsCacheEnabled()) return QXTNG_ERROR_CACHE_DISABLED;
     if (m_eDBState == TNG_DB_NOT_LOADED) return QXTNG_SUCCESS;
     const CTNGCacheEntry entry(u"CTNGDBMgr::Shutdown", s_szLogSource);
@@ -125,7 +130,6 @@ std::uint32_t CTNGDBMgr::Shutdown() {
     s_bCacheDirty = false;
     s_nPendingAdds = 0;
     const bool bSaved = m_pSharedData->Shutdown() == QXTNG_SUCCESS;
-    CloseKeptFiles();
     if (!m_pSharedData->HasFolderMaps()) m_eDBState = TNG_DB_NOT_LOADED;
     if (bSaved) return QXTNG_SUCCESS;
     s_bCacheDirty = true;

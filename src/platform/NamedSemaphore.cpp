@@ -45,12 +45,6 @@ bool IsOwnRegularFile(int nDescriptor) {
            status.st_nlink <= 1;
 }
 
-// It has not been removed. Cheaper than to look whether it is at its path.
-bool HasName(int nDescriptor) {
-    struct stat status {};
-    return fstat(nDescriptor, &status) == 0 && status.st_nlink != 0;
-}
-
 bool IsAnotherPresent(int nDescriptor) {
     struct flock lock {};
     lock.l_type = F_WRLCK;
@@ -81,7 +75,9 @@ NamedSemaphore::NamedSemaphore(std::string path) : m_path(std::move(path)), m_ow
 
 std::unique_ptr<NamedSemaphore> NamedSemaphore::Open(const char16_t* pszName, bool* pbExisted) {
     std::unique_ptr<NamedSemaphore> pSemaphore(new (std::nothrow) NamedSemaphore(PathOf(pszName)));
-    if (!pSemaphore || (pSemaphore->m_nDescriptor = pSemaphore->OpenFile()) < 0) return nullptr;
+    const int nDescriptor = pSemaphore ? pSemaphore->OpenFile() : -1;
+    if (nDescriptor < 0) return nullptr;
+    pSemaphore->Adopt(nDescriptor);
     *pbExisted = IsAnotherPresent(pSemaphore->m_nDescriptor);
     return pSemaphore->MapPage() ? std::move(pSemaphore) : nullptr;
 }
@@ -93,7 +89,7 @@ int NamedSemaphore::OpenFile() const {
             open(m_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600);
         if (nDescriptor < 0) return -1;
         const bool bUsable = IsOwnRegularFile(nDescriptor) && SetPresence(nDescriptor, F_RDLCK, true);
-        if (bUsable && IsAtPath(nDescriptor)) return nDescriptor;
+        if (bUsable && IsAtPath(IdentityOf(nDescriptor))) return nDescriptor;
         close(nDescriptor);
         if (!bUsable) return -1;
     }
@@ -109,16 +105,26 @@ bool NamedSemaphore::Reopen() {
         close(nDescriptor);
         return false;
     }
-    close(std::exchange(m_nDescriptor, nDescriptor));
+    Adopt(nDescriptor);
     m_pShared->waiters += m_nWaiting;  // of this object, counted in the old page until now
     return true;
 }
 
-bool NamedSemaphore::IsAtPath(int nDescriptor) const {
-    struct stat mine {};
+NamedSemaphore::Identity NamedSemaphore::IdentityOf(int nDescriptor) {
+    struct stat status {};
+    if (fstat(nDescriptor, &status) != 0) return {};
+    return {status.st_dev, status.st_ino};
+}
+
+bool NamedSemaphore::IsAtPath(const Identity& file) const {
     struct stat there {};
-    return fstat(nDescriptor, &mine) == 0 && lstat(m_path.c_str(), &there) == 0 &&
-           mine.st_ino == there.st_ino && mine.st_dev == there.st_dev;
+    return lstat(m_path.c_str(), &there) == 0 && there.st_ino == file.inode && there.st_dev == file.device;
+}
+
+void NamedSemaphore::Adopt(int nDescriptor) {
+    if (m_nDescriptor >= 0) close(m_nDescriptor);
+    m_nDescriptor = nDescriptor;
+    m_file = IdentityOf(nDescriptor);
 }
 
 bool NamedSemaphore::MapPage() {
@@ -179,7 +185,7 @@ bool NamedSemaphore::TryTake() {
 
 bool NamedSemaphore::TakeFile() {
     while (TryFlock(m_nDescriptor)) {
-        if (HasName(m_nDescriptor)) return true;
+        if (IsFileAtPath()) return true;
         flock(m_nDescriptor, LOCK_UN);
         if (!Reopen()) return false;
     }

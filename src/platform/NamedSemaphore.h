@@ -33,10 +33,18 @@ class NamedSemaphore final : public Semaphore {
   private:
     explicit NamedSemaphore(std::string path);
 
+    // Which file it is.
+    struct Identity {
+        std::uint64_t device = 0;
+        std::uint64_t inode = 0;
+    };
+    static Identity IdentityOf(int nDescriptor);
+
     int OpenFile() const;
+    void Adopt(int nDescriptor);
     bool Reopen();
-    bool IsAtPath(int nDescriptor) const;
-    bool IsFileAtPath() const { return IsAtPath(m_nDescriptor); }
+    bool IsAtPath(const Identity& file) const;
+    bool IsFileAtPath() const { return IsAtPath(m_file); }
     bool MapPage();
     bool IsOfThisProcess() const;
     bool TryTake();
@@ -46,6 +54,7 @@ class NamedSemaphore final : public Semaphore {
     std::string m_path;
     pid_t m_owner;  // the process that made the object
     int m_nDescriptor = -1;
+    Identity m_file;
     // What the page holds for all processes.
     struct Shared {
         std::atomic<std::uint32_t> releases;

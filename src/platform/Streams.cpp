@@ -46,7 +46,8 @@ int OpenFile(const char* pszPath, int nFlags) {
 
 int PlainFile::Open(const char16_t* pszPath) {
     Close();
-    m_nDescriptor = open(PathToBytes(pszPath).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    m_path = PathToBytes(pszPath);
+    m_nDescriptor = open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     struct stat status {};
     if (m_nDescriptor < 0 || fstat(m_nDescriptor, &status) != 0) {
         const int error = errno != 0 ? errno : EIO;
@@ -58,15 +59,9 @@ int PlainFile::Open(const char16_t* pszPath) {
     return 0;
 }
 
-bool PlainFile::IsAt(const char16_t* pszPath) const {
+bool PlainFile::IsInPlace() const {
     struct stat status {};
-    return stat(PathToBytes(pszPath).c_str(), &status) == 0 && status.st_ino == m_nInode &&
-           status.st_dev == m_nDevice;
-}
-
-bool PlainFile::HasName() const {
-    struct stat status {};
-    return fstat(m_nDescriptor, &status) == 0 && status.st_nlink > 0;
+    return stat(m_path.c_str(), &status) == 0 && status.st_ino == m_nInode && status.st_dev == m_nDevice;
 }
 
 void PlainFile::Close() {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string>
 
 #include "Export.h"
 
@@ -23,14 +24,13 @@ class QXPLATFORM_API PlainFile {
     /// Reads all of `nBytes` at `nOffset`, or fails. Several threads may do so at once.
     bool ReadAt(std::int64_t nOffset, void* pOut, std::size_t nBytes) const;
 
-    /// Whether this is still the file at `pszPath`, and no other has taken its place.
-    bool IsAt(const char16_t* pszPath) const;
-
-    /// Whether the file still has a name: it has neither been deleted nor replaced.
-    bool HasName() const;
+    /// Whether it is still at its path, and has been neither deleted nor replaced. Its folder may have
+    /// another name by now.
+    bool IsInPlace() const;
 
   private:
     int m_nDescriptor = -1;
+    std::string m_path;
     std::uint64_t m_nDevice = 0;
     std::uint64_t m_nInode = 0;
 };

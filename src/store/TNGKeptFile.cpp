@@ -1,7 +1,7 @@
 #include "TNGKeptFile.h"
 
-constinit TNGKeptFile s_keptDataFile(TNGKeptFile::Check::Name);
-constinit TNGKeptFile s_keptDateTimeFile(TNGKeptFile::Check::Path);
+constinit TNGKeptFile s_keptDataFile;
+constinit TNGKeptFile s_keptDateTimeFile;
 
 void CloseKeptFiles() {
     s_keptDataFile.Close();
@@ -10,8 +10,8 @@ void CloseKeptFiles() {
 
 std::shared_ptr<const Platform::PlainFile> TNGKeptFile::Open(const std::u16string& path, int* pnError) {
     *pnError = 0;
-    if (const std::shared_ptr<const Kept> pKept = m_pKept.Get(); pKept && IsGood(*pKept, path))
-        return {pKept, &pKept->file};
+    const std::shared_ptr<const Kept> pKept = m_pKept.Get();
+    if (pKept && pKept->path == path && pKept->file.IsInPlace()) return {pKept, &pKept->file};
     const auto pNew = std::make_shared<Kept>();
     *pnError = pNew->file.Open(path.c_str());
     if (*pnError != 0) {
@@ -21,9 +21,4 @@ std::shared_ptr<const Platform::PlainFile> TNGKeptFile::Open(const std::u16strin
     pNew->path = path;
     m_pKept.Set(pNew);
     return {pNew, &pNew->file};
-}
-
-bool TNGKeptFile::IsGood(const Kept& kept, const std::u16string& path) const {
-    return kept.path == path &&
-           (m_eCheck == Check::Path ? kept.file.IsAt(path.c_str()) : kept.file.HasName());
 }

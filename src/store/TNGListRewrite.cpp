@@ -13,6 +13,7 @@
 #include "store/TNGCachePaths.h"
 #include "store/TNGDateTimeFile.h"
 #include "store/TNGFolderFiles.h"
+#include "store/TNGKeptFile.h"
 #include "store/TNGRecordFile.h"
 #include "store/TNGThumbnailLocation.h"
 
@@ -79,6 +80,7 @@ std::uint32_t TNGListRewrite::TakePlace(bool bCompact) {
     if (m_bNewList && !m_newList.Replace(m_strListPath)) return QXTNG_ERROR_FILE_WRITE;
     if (bCompact) ++*m_files.m_pDataGeneration;
     if (bCompact && !m_newData.Replace(m_strDataPath)) return QXTNG_ERROR_FILE_WRITE;
+    if (bCompact) s_keptDataFile.Close();  // the old one's room on the disk would stay taken
     if (bCompact) Publish();
     return QXTNG_SUCCESS;
 }

@@ -57,6 +57,7 @@ class Gallery {
     }
 
     int Count() const { return static_cast<int>(m_paths.size()); }
+    std::u16string Folder() const { return TextOf(m_folder.Path()); }
     const std::u16string& Path(int i) const { return m_paths[static_cast<std::size_t>(i)]; }
 
     /// Whether the thumbnail is that of a picture.

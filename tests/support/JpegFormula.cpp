@@ -22,8 +22,10 @@ double Wave(unsigned wave, std::uint32_t sample, std::uint32_t n) {
     return scale * std::cos((2 * sample + 1) * wave * std::numbers::pi / (2.0 * n));
 }
 
-// The largest part of the wanted samples, but for a half of two, that blocks of eight can make.
-std::uint32_t SamplesOf(std::uint32_t wanted) {
+// The largest part of the wanted samples, but for a half of two, that blocks of eight can make. At 1/8 it is
+// one.
+std::uint32_t SamplesOf(std::uint32_t wanted, std::uint32_t eighths) {
+    if (eighths == 1) return 1;
     for (const std::uint32_t n : {8u, 6u, 4u, 3u}) {
         if (wanted % n == 0) return n;
     }
@@ -72,8 +74,8 @@ class Reducer {
             static_cast<std::uint32_t>(m_info.max_h_samp_factor / component.h_samp_factor) * m_eighths;
         const auto down =
             static_cast<std::uint32_t>(m_info.max_v_samp_factor / component.v_samp_factor) * m_eighths;
-        const std::uint32_t wide = SamplesOf(across);
-        const std::uint32_t high = SamplesOf(down);
+        const std::uint32_t wide = SamplesOf(across, m_eighths);
+        const std::uint32_t high = SamplesOf(down, m_eighths);
         for (std::uint32_t y = 0; y < picture.nHeight; ++y) {
             for (std::uint32_t x = 0; x < picture.nWidth; ++x) {
                 const std::uint32_t column = x * wide / across;

@@ -7,14 +7,14 @@
 #include "JpegTables.h"
 #include "JpegWaveTransform.h"
 
-/// Makes fewer samples of a block than its 8 x 8 (one, two, three, four, six or eight across and down) from
+/// Makes samples of a block, up to 8 x 8 (one, two, three, four, six or eight across and down) from
 /// as many of its lowest waves: the inverse of a discrete cosine transform of that size. What a block holds
 /// of higher waves does not fit into so few samples, and need not be decoded. Closer to a careful reduction
 /// of the whole picture than means of the samples are, which damp the highest waves that remain and fold in
 /// those beyond. A single sample is the mean, rounded as libjpeg does it.
 class JpegLowWaves {
   public:
-    JpegLowWaves(std::uint32_t across = 1, std::uint32_t down = 1);
+    explicit JpegLowWaves(std::uint32_t across = 1, std::uint32_t down = 1);
 
     std::uint32_t Across() const { return m_nAcross; }
     std::uint32_t Down() const { return m_nDown; }

@@ -1,6 +1,6 @@
 #include "JpegProgressive.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "JpegProgressiveAcScan.h"
 #include "JpegProgressiveDcScan.h"

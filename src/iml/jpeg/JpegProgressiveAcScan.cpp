@@ -34,7 +34,8 @@ bool JpegProgressiveAcScan::Decode(JpegUnits& units) {
         m_header.lastCoefficient < m_header.firstCoefficient)
         return false;
     const JpegHuffmanCode* pCode = m_scans.Tables().FindAcCode(m_header.parts[0].acCode);
-    if (!pCode) return false;
+    const JpegComponent& component = m_scans.Layout().components[m_header.parts[0].component];
+    if (!pCode || !m_scans.Tables().FindQuantiser(component.quantiser)) return false;
     m_table.emplace(*pCode);
     JpegPlane& plane = m_planes[m_header.parts[0].component];
     m_pWaves = &plane.waves;

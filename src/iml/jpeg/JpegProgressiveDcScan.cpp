@@ -6,6 +6,7 @@ bool JpegProgressiveDcScan::MakeParts() {
     const bool alone = m_header.parts.size() == 1;
     for (const JpegScan::Part& part : m_header.parts) {
         const JpegComponent& component = m_scans.Layout().components[part.component];
+        if (!m_scans.Tables().FindQuantiser(component.quantiser)) return false;  // libjpeg wants it by now
         m_parts.push_back({m_planes[part.component], {}, alone ? 1 : component.h, alone ? 1 : component.v});
         if (m_header.Refines()) continue;
         const JpegHuffmanCode* pCode = m_scans.Tables().FindDcCode(part.dcCode);

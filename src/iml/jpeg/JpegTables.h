@@ -17,8 +17,8 @@ class JpegTables {
     /// Reads one segment. False if it is damaged, unknown, or says what libjpeg might take differently.
     bool Read(ByteSource& source, const JpegSegment& segment);
 
-    /// Null where none has come. A table never changes: between scans it would be allowed to, and nobody
-    /// does it.
+    /// Null where none has come. A quantiser never changes: between scans it would be allowed to, and nobody
+    /// does it. Codes do, in progressive files.
     const Quantiser* FindQuantiser(std::size_t nIndex) const;
     const JpegHuffmanCode* FindDcCode(std::size_t nIndex) const { return Find(m_dcCodes, nIndex); }
     const JpegHuffmanCode* FindAcCode(std::size_t nIndex) const { return Find(m_acCodes, nIndex); }

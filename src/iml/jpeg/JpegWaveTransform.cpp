@@ -85,14 +85,9 @@ template <std::size_t nSize>
     rows[3] = __builtin_shufflevector(high01, high23, 2, 3, 6, 7);
 }
 
-// Four samples around 0, times 8.
-Integers RoundSamples(Floats values) {
-    const Floats samples = values * 0.125f + 128.0f;
-#if defined(__SSE2__)
-    return reinterpret_cast<Integers>(_mm_cvtps_epi32(samples));
-#else
-    return __builtin_convertvector(samples + (samples < 0.0f ? Floats{} - 0.5f : Floats{} + 0.5f), Integers);
-#endif
+// Samples around 0, times 8, as bytes; what is below 0 may be rounded up.
+[[gnu::always_inline]] inline Integers RoundSamples(Floats values) {
+    return __builtin_convertvector(values * 0.125f + 128.5f, Integers);
 }
 
 // Stores `nSamples` of each row.

@@ -84,7 +84,10 @@ Bitmap::Bitmap(int nWidth, int nHeight, PixelFormat format) : Image(nullptr, Ok)
 
 std::unique_ptr<Bitmap> Bitmap::CreateUninitialised(int nWidth, int nHeight, PixelFormat format) {
     std::unique_ptr<GpImage> pImage = GpImage::CreateUninitialised(nWidth, nHeight, format);
-    return pImage ? std::make_unique<Bitmap>(pImage.release()) : nullptr;
+    if (!pImage) return nullptr;
+    auto pBitmap = std::make_unique<Bitmap>(pImage.get());
+    static_cast<void>(pImage.release());  // the bitmap's now
+    return pBitmap;
 }
 
 Bitmap::Bitmap(GpImage* pNativeImage) : Image(pNativeImage, Ok) {}
