@@ -64,6 +64,11 @@ bool PlainFile::IsInPlace() const {
     return stat(m_path.c_str(), &status) == 0 && status.st_ino == m_nInode && status.st_dev == m_nDevice;
 }
 
+bool PlainFile::HasName() const {
+    struct stat status {};
+    return fstat(m_nDescriptor, &status) == 0 && status.st_nlink > 0;
+}
+
 void PlainFile::Close() {
     if (m_nDescriptor >= 0) close(std::exchange(m_nDescriptor, -1));
 }

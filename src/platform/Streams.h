@@ -28,6 +28,9 @@ class QXPLATFORM_API PlainFile {
     /// another name by now.
     bool IsInPlace() const;
 
+    /// Whether the file has a name at all. Cheaper: no path has to be walked.
+    bool HasName() const;
+
   private:
     int m_nDescriptor = -1;
     std::string m_path;

@@ -6,6 +6,7 @@
 #include "locks/TNGLockHold.h"
 #include "store/TNGCachePaths.h"
 #include "store/TNGDataFile.h"
+#include "store/TNGKeptFile.h"
 
 TNGSharedText s_strDateTimeFilePath;
 TNGShared<std::shared_ptr<CTNGMutex>> s_pDateTimeMutex;
@@ -76,8 +77,9 @@ bool IsCacheSynchronized() {
         return answer(true);
     }
     Platform::FILETIME time;
-    if (!ReadTime(&time)) return answer(false);
     const Platform::FILETIME own = s_ftCacheModified;
-    // An earlier one, too: it may have been written in place of a time that was damaged.
-    return answer(Platform::CompareFileTime(&time, &own) == 0);
+    // Not an earlier one, either: it may have been written in place of a time that was damaged.
+    if (ReadTime(&time) && Platform::CompareFileTime(&time, &own) == 0) return answer(true);
+    s_keptDataFile.Close();  // another may have taken its place
+    return answer(false);
 }

@@ -11,6 +11,10 @@
 /// descriptor back.
 class TNGKeptFile {
   public:
+    /// How to find out whether the file is still the one to read.
+    using Check = bool (Platform::PlainFile::*)() const;
+    constexpr explicit TNGKeptFile(Check check) : m_check(check) {}
+
     /// The file at `path`; null with the errno value if it cannot be opened.
     std::shared_ptr<const Platform::PlainFile> Open(const std::u16string& path, int* pnError);
 
@@ -22,12 +26,17 @@ class TNGKeptFile {
         std::u16string path;
         Platform::PlainFile file;
     };
+    const Check m_check;
     TNGShared<std::shared_ptr<const Kept>> m_pKept;
 };
 
-/// The data file that thumbnails were last read from, and the date-time file.
-extern TNGKeptFile s_keptDataFile;
+/// The date-time file. It is looked for at its path.
 extern TNGKeptFile s_keptDateTimeFile;
+
+/// The data file that thumbnails were last read from. It is closed as soon as the cache turns out to have
+/// been changed by others, or this process replaces or deletes a data file; so it only has to have a name
+/// still.
+extern TNGKeptFile s_keptDataFile;
 
 /// Closes both: the folder may go, or its disk.
 void CloseKeptFiles();

@@ -19,43 +19,44 @@ std::u16string Write(const TemporaryFolder& space, const char* pszName, std::uin
     return space.Add(pszName, std::span(&content, 1));
 }
 
-// What happens to a file that says "a" between two readings, and what the second one finds.
+// What happens to a file that says "a" between two readings, and what each check lets the second one find.
 const struct {
     const char* pszName;
     std::function<void(const TemporaryFolder&)> change;
-    std::uint8_t found;
+    std::uint8_t inPlace;
+    std::uint8_t named;
 } kChanges[] = {
-    {"nothing", [](const TemporaryFolder&) {}, 'a'},
-    {"written over in place", [](const TemporaryFolder& space) { Write(space, "in/file", 'b'); }, 'b'},
-    {"deleted", [](const TemporaryFolder& space) { fs::remove(space / "in/file"); }, kGone},
+    {"nothing", [](const TemporaryFolder&) {}, 'a', 'a'},
+    {"written over in place", [](const TemporaryFolder& space) { Write(space, "in/file", 'b'); }, 'b', 'b'},
+    {"deleted", [](const TemporaryFolder& space) { fs::remove(space / "in/file"); }, kGone, kGone},
     {"deleted and made anew",
      [](const TemporaryFolder& space) {
          fs::remove(space / "in/file");
          Write(space, "in/file", 'b');
      },
-     'b'},
+     'b', 'b'},
     {"another put in its place",
      [](const TemporaryFolder& space) {
          Write(space, "other", 'b');
          fs::rename(space / "other", space / "in/file");
      },
-     'b'},
+     'b', 'b'},
     {"the same, and it has a second name",
      [](const TemporaryFolder& space) {
          fs::create_hard_link(space / "in/file", space / "copy");
          Write(space, "other", 'b');
          fs::rename(space / "other", space / "in/file");
      },
-     'b'},
+     'b', 'a'},
     {"its folder renamed", [](const TemporaryFolder& space) { fs::rename(space / "in", space / "out"); },
-     kGone},
+     kGone, 'a'},
     {"another folder put in its place",
      [](const TemporaryFolder& space) {
          fs::rename(space / "in", space / "out");
          fs::create_directory(space / "in");
          Write(space, "in/file", 'b');
      },
-     'b'},
+     'b', 'a'},
 };
 
 std::uint8_t Read(TNGKeptFile& kept, const std::u16string& path) {
@@ -66,19 +67,21 @@ std::uint8_t Read(TNGKeptFile& kept, const std::u16string& path) {
     return pFile && pFile->ReadAt(0, &byte, 1) ? byte : kGone;
 }
 
-TEST(KeptFile, IsTheOneAtItsPath) {
+TEST(KeptFile, NoticesWhatItsCheckIsFor) {
     for (const auto& change : kChanges) {
-        SCOPED_TRACE(change.pszName);
-        const TemporaryFolder space;
-        fs::create_directory(space / "in");
-        const std::u16string path = Write(space, "in/file", 'a');
-        const std::u16string another = Write(space, "another", 'c');
-        TNGKeptFile kept;
-        EXPECT_EQ(Read(kept, path), 'a');
-        change.change(space);
-        EXPECT_EQ(Read(kept, path), change.found);
-        EXPECT_EQ(Read(kept, another), 'c');
-        kept.Close();
+        for (const bool bInPlace : {true, false}) {
+            SCOPED_TRACE(testing::Message() << change.pszName << (bInPlace ? ", in place" : ", named"));
+            const TemporaryFolder space;
+            fs::create_directory(space / "in");
+            const std::u16string path = Write(space, "in/file", 'a');
+            const std::u16string another = Write(space, "another", 'c');
+            TNGKeptFile kept(bInPlace ? &Platform::PlainFile::IsInPlace : &Platform::PlainFile::HasName);
+            EXPECT_EQ(Read(kept, path), 'a');
+            change.change(space);
+            EXPECT_EQ(Read(kept, path), bInPlace ? change.inPlace : change.named);
+            EXPECT_EQ(Read(kept, another), 'c');
+            kept.Close();
+        }
     }
 }
 
