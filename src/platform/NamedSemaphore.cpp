@@ -11,6 +11,7 @@
 #include <new>
 #include <utility>
 
+#include "ProcessId.h"
 #include "Semaphores.h"
 #include "Text.h"
 
@@ -71,7 +72,7 @@ bool ReservePage(int nDescriptor) {
 
 }  // namespace
 
-NamedSemaphore::NamedSemaphore(std::string path) : m_path(std::move(path)), m_owner(getpid()) {}
+NamedSemaphore::NamedSemaphore(std::string path) : m_path(std::move(path)), m_owner(ProcessId()) {}
 
 std::unique_ptr<NamedSemaphore> NamedSemaphore::Open(const char16_t* pszName, bool* pbExisted) {
     std::unique_ptr<NamedSemaphore> pSemaphore(new (std::nothrow) NamedSemaphore(PathOf(pszName)));
@@ -137,7 +138,7 @@ bool NamedSemaphore::MapPage() {
 }
 
 bool NamedSemaphore::IsOfThisProcess() const {
-    return getpid() == m_owner;
+    return ProcessId() == m_owner;
 }
 
 NamedSemaphore::~NamedSemaphore() {

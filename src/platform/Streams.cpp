@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -84,6 +85,19 @@ bool PlainFile::ReadAt(std::int64_t nOffset, void* pOut, std::size_t nBytes) con
         nBytes -= static_cast<std::size_t>(got);
     }
     return true;
+}
+
+bool PlainFile::ReadAt(std::int64_t nOffset, void* pOut, std::size_t nBytes, std::int64_t nSecondOffset,
+                       void* pSecond, std::size_t nSecondBytes) const {
+    char between[8192];
+    const std::int64_t nGap = nSecondOffset - nOffset - static_cast<std::int64_t>(nBytes);
+    if (nGap >= 0 && nGap <= static_cast<std::int64_t>(sizeof between)) {
+        const auto nBetween = static_cast<std::size_t>(nGap);
+        const iovec pieces[] = {{pOut, nBytes}, {between, nBetween}, {pSecond, nSecondBytes}};
+        const ssize_t got = preadv(m_nDescriptor, pieces, 3, nOffset);
+        if (got == static_cast<ssize_t>(nBytes + nBetween + nSecondBytes)) return true;
+    }
+    return ReadAt(nOffset, pOut, nBytes) && ReadAt(nSecondOffset, pSecond, nSecondBytes);
 }
 
 int _wfopen_s(std::FILE** ppStream, const char16_t* pszPath, const char* pszMode) {

@@ -24,6 +24,10 @@ class QXPLATFORM_API PlainFile {
     /// Reads all of `nBytes` at `nOffset`, or fails. Several threads may do so at once.
     bool ReadAt(std::int64_t nOffset, void* pOut, std::size_t nBytes) const;
 
+    /// The same of two pieces, at once if the second one lies not far behind the first.
+    bool ReadAt(std::int64_t nOffset, void* pOut, std::size_t nBytes, std::int64_t nSecondOffset,
+                void* pSecond, std::size_t nSecondBytes) const;
+
     /// Whether it is still at its path, and has been neither deleted nor replaced. Its folder may have
     /// another name by now.
     bool IsInPlace() const;

@@ -99,12 +99,13 @@ int CTNGDataFile::ReadBlockChecked(const std::u16string& path, std::uint32_t key
     try {
         const TNGLockHold hold = HoldOf(key, false);
         if (!hold.IsHeld() || !Open(path, true, false)) return 1;
-        if (!ReadAt(nOffset, nSize, pBuffer)) {
-            m_eStatus = DATA_FILE_READ_ERROR;
+        const bool bRead = nOffset >= 0 && nSize > 0 &&
+                           m_pReadFile->ReadAt(nOffset, pBuffer, static_cast<std::size_t>(nSize),
+                                               nTrailerOffset, pTrailer, sizeof *pTrailer);
+        if (bRead) {
+            m_eStatus = IsValidTrailer(*pTrailer) ? DATA_FILE_OK : DATA_FILE_BAD_TRAILER;
         } else {
-            const bool bGood =
-                ReadAt(nTrailerOffset, sizeof *pTrailer, pTrailer) && IsValidTrailer(*pTrailer);
-            m_eStatus = bGood ? DATA_FILE_OK : DATA_FILE_BAD_TRAILER;
+            m_eStatus = ReadAt(nOffset, nSize, pBuffer) ? DATA_FILE_BAD_TRAILER : DATA_FILE_READ_ERROR;
         }
         Close();
         return m_eStatus == DATA_FILE_OK ? 0 : 1;
