@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs all benchmarks, each beside its floor in the same run: ./bench.sh [PICTURE...]. Without pictures they make
 # their own. What they print comes first, then a table of every figure that has a bar to reach. All figures go to
-# build/bench/results.json.
+# build/bench/results.json, and a picture of the ratios to results.svg.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
@@ -43,6 +43,7 @@ awk -F '\t' '
         printf "\"floorName\":%s,\"floor\":%s,\"ratio\":%s,\"bar\":%s,\"holds\":%s}", quoted($5), number($6), number($7), number($8), ($9 == "" ? "null" : ($9 == "yes" ? "true" : "false"))
     }
     END { print "\n]" }' "$QXTNG_BENCH_RESULTS" >"$bench/results.json"
+awk -f "$here/bench/chart.awk" "$QXTNG_BENCH_RESULTS" >"$bench/results.svg"
 
 printf '\n=== What has a bar ===\n'
 awk -F '\t' '
@@ -50,4 +51,4 @@ awk -F '\t' '
         measured = $7 != "" ? $7 " x " $5 : $3 " " $4
         printf "%-60s %-42s bar %-6s %s\n", $2, measured, $8, $9 == "yes" ? "holds" : "MISSED"
     }' "$QXTNG_BENCH_RESULTS"
-printf '\nAll figures: %s\n' "$bench/results.json"
+printf '\nAll figures: %s; a picture of the ratios: results.svg beside it\n' "$bench/results.json"
