@@ -88,7 +88,8 @@ RowShape ShapeOf(const JpegFrame& frame, std::uint32_t eighths) {
     return shape;
 }
 
-// Every coefficient comes for the first time in one scan only. If not, the decoder may have stopped before.
+// The file is in order up to its end, and every coefficient comes for the first time in one scan only. If
+// not, the decoder may have stopped before.
 bool IsPlain(const Bytes& file) {
     MemorySource source(file);
     JpegSegments segments(source);
@@ -107,7 +108,8 @@ bool IsPlain(const Bytes& file) {
         }
         segments.SkipEntropyCodedData(segment.End());
     }
-    return true;
+    std::uint8_t end[2];
+    return source.ReadAllAt(segments.Position(), end, sizeof end) && end[0] == 0xFF && end[1] == kJpegEoi;
 }
 
 void Compare(RowSink& sink, RowSink& expectedSink, int tolerance) {
