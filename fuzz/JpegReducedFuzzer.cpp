@@ -2,10 +2,10 @@
 // size, and the formula from 2/8 to 4/8.
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <new>
 #include <optional>
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -88,22 +88,25 @@ RowShape ShapeOf(const JpegFrame& frame, std::uint32_t eighths) {
     return shape;
 }
 
-// The file is in order up to its end, and every coefficient comes for the first time in one scan only. If
+// The file is in order up to its end, and each scan brings the bits of its coefficients that come next. If
 // not, the decoder may have stopped before.
 bool IsPlain(const Bytes& file) {
     MemorySource source(file);
     JpegSegments segments(source);
     JpegSegment segment;
-    std::set<std::pair<int, int>> begun;
+    std::map<std::pair<int, int>, int> shifts;  // place of the last bit, by component and coefficient
     while (segments.Next(segment)) {
         if (segment.marker != kJpegSos) continue;
         std::vector<std::uint8_t> bytes(segment.size);
         if (!source.ReadAllAt(segment.offset, bytes.data(), bytes.size())) return false;
         if (bytes.empty() || bytes.size() < 4u + 2u * bytes[0]) return false;
         const std::uint8_t* const pBand = &bytes[1 + 2 * bytes[0]];
-        for (std::size_t part = 0; pBand[2] >> 4 == 0 && part < bytes[0]; ++part) {
+        const int before = pBand[2] >> 4;
+        for (std::size_t part = 0; part < bytes[0]; ++part) {
             for (int i = pBand[0]; i <= pBand[1]; ++i) {
-                if (!begun.insert({bytes[1 + 2 * part], i}).second) return false;
+                const auto [found, isFirst] = shifts.insert({{bytes[1 + 2 * part], i}, 0});
+                if (isFirst ? before != 0 : before == 0 || found->second != before) return false;
+                found->second = pBand[2] & 15;
             }
         }
         segments.SkipEntropyCodedData(segment.End());
