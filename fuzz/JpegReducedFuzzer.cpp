@@ -147,7 +147,9 @@ void Read(const Bytes& file, std::uint32_t eighths) {
         expected.Begin(shape);
         for (std::uint32_t y = 0; y < shape.height; ++y)
             expected.AddRow(picture->Row(y));
-        Compare(sink, expected, 4);
+        // Samples are rounded, and the sink's filter makes more of it: most at an edge that is only partly in
+        // the picture.
+        Compare(sink, expected, 12);
     }
 }
 
