@@ -6,10 +6,12 @@
 #include "store/TNGKeptFile.h"
 
 bool TNGFolderFiles::DeleteDataFile() const {
-    s_keptDataFile.Close();  // its room on the disk would stay taken
     // A damaged index may name anything; only what can be a file of the cache is deleted as one.
-    return m_strDataFileName.ends_with(u".db") &&
-           DeleteCacheFile(CachePath(m_strDataFileName), m_nDataFileKey, false, TNG_LOCK_TIMEOUT_MS);
+    const bool bDeleted =
+        m_strDataFileName.ends_with(u".db") &&
+        DeleteCacheFile(CachePath(m_strDataFileName), m_nDataFileKey, false, TNG_LOCK_TIMEOUT_MS);
+    s_keptDataFile.Close();  // its room on the disk would stay taken
+    return bDeleted;
 }
 
 bool TNGFolderFiles::DeleteListFile() const {

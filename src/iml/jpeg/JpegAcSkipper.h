@@ -15,7 +15,7 @@ class JpegAcSkipper {
 
     /// Goes on with the coefficient `index`, 1 to 63. False if the block ends neither with coefficient 63 nor
     /// by the symbol for that.
-    bool Skip(JpegBits& bits, unsigned index = 1) const {
+    bool Skip(JpegBits& bits, unsigned index) const {
         for (;;) {
             bits.Refill();
             for (unsigned i = 0; i < kLooksPerRefill; ++i) {

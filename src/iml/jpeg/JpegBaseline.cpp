@@ -74,11 +74,7 @@ bool Baseline::DecodeScans(JpegScan header) {
         if (!m_scans.Next(header)) return false;
     }
     if (!m_scans.IsAtEnd()) return false;
-    JpegReducedRows rows(m_scans, m_eighths, m_sink);
-    for (std::uint32_t unitY = 0; unitY < m_layout.unitsHigh; ++unitY) {
-        if (!rows.AddUnits(m_planes, unitY)) return false;
-    }
-    return true;
+    return JpegReducedRows(m_scans, m_eighths, m_sink).AddAll(m_planes);
 }
 
 bool Baseline::DecodeScan(const JpegScan& header) {

@@ -17,13 +17,12 @@ std::uint32_t ChooseSamples(std::uint32_t wanted) {
 }  // namespace
 
 std::uint64_t JpegPlane::Bytes(std::uint32_t unitsHigh) const {
-    const std::uint64_t nBlocks = std::uint64_t{blocksWide} * blocksHigh * unitsHigh;
     const std::uint64_t nBytesOfBlock = quarters ? 4 : waves.Count() * sizeof(std::int16_t);
-    return nBlocks * (nBytesOfBlock + (tracksNonzero ? sizeof(std::uint64_t) : 0));
+    return Blocks(unitsHigh) * (nBytesOfBlock + (tracksNonzero ? sizeof(std::uint64_t) : 0));
 }
 
 void JpegPlane::Allocate(std::uint32_t unitsHigh) {
-    const std::size_t nBlocks = std::size_t{blocksWide} * blocksHigh * unitsHigh;
+    const auto nBlocks = static_cast<std::size_t>(Blocks(unitsHigh));
     if (!quarters) coefficients.resize(nBlocks * waves.Count() + kReadBeyond);
     if (tracksNonzero) nonzero.resize(nBlocks);
     samples.resize(Stride() * blocksHigh * Down() * (quarters ? unitsHigh : 1));

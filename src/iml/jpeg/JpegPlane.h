@@ -30,6 +30,11 @@ struct JpegPlane {
     std::uint32_t Down() const { return quarters ? 2 : waves.Down(); }
     std::size_t Stride() const { return std::size_t{blocksWide} * Across(); }
 
+    /// Its blocks in so many rows of units.
+    std::uint64_t Blocks(std::uint32_t unitsHigh) const {
+        return std::uint64_t{blocksWide} * blocksHigh * unitsHigh;
+    }
+
     /// Bytes that Allocate() takes for so many rows of units.
     std::uint64_t Bytes(std::uint32_t unitsHigh) const;
 

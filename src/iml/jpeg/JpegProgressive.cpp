@@ -48,7 +48,7 @@ bool Progressive::Allocate() {
     m_planes = ShapeJpegPlanes(m_layout, m_eighths);
     for (JpegPlane& plane : m_planes) {
         plane.tracksNonzero = plane.waves.End() > 1;
-        m_nBlocks += std::uint64_t{plane.blocksWide} * plane.blocksHigh * m_layout.unitsHigh;
+        m_nBlocks += plane.Blocks(m_layout.unitsHigh);
     }
     return AllocateJpegPlanes(m_planes, m_layout.unitsHigh, m_source.Size());
 }
@@ -74,7 +74,8 @@ bool Progressive::Matters(const JpegScan& scan) const {
 bool Progressive::Begin(const JpegScan& scan) {
     m_nVisited += m_nBlocks;
     if (m_nVisited > kMaxBlockVisits + m_nBlocks) return false;
-    if (scan.lastCoefficient > 63 || scan.shift > kMaxShift) return false;
+    if (scan.lastCoefficient < scan.firstCoefficient || scan.lastCoefficient > 63) return false;
+    if (scan.shift > kMaxShift) return false;
     if (scan.Refines() && scan.shiftBefore != scan.shift + 1) return false;
     const int before = scan.Refines() ? scan.shiftBefore : kNotBegun;
     for (const JpegScan::Part& part : scan.parts) {
@@ -103,11 +104,7 @@ bool Progressive::IsComplete() const {
 }
 
 bool Progressive::AddRows(RowSink& sink) {
-    JpegReducedRows rows(m_scans, m_eighths, sink);
-    for (std::uint32_t unitY = 0; unitY < m_layout.unitsHigh; ++unitY) {
-        if (!rows.AddUnits(m_planes, unitY)) return false;
-    }
-    return true;
+    return JpegReducedRows(m_scans, m_eighths, sink).AddAll(m_planes);
 }
 
 }  // namespace

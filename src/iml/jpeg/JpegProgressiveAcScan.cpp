@@ -29,10 +29,7 @@ std::uint32_t TakeEnds(JpegBits& bits, int logarithm) {
 }  // namespace
 
 bool JpegProgressiveAcScan::Decode(JpegUnits& units) {
-    constexpr int kLast = 63;
-    if (m_header.parts.size() != 1 || m_header.lastCoefficient > kLast ||
-        m_header.lastCoefficient < m_header.firstCoefficient)
-        return false;
+    if (m_header.parts.size() != 1) return false;
     const JpegHuffmanCode* pCode = m_scans.Tables().FindAcCode(m_header.parts[0].acCode);
     const JpegComponent& component = m_scans.Layout().components[m_header.parts[0].component];
     if (!pCode || !m_scans.Tables().FindQuantiser(component.quantiser)) return false;

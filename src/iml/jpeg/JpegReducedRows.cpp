@@ -90,6 +90,13 @@ bool JpegReducedRows::AddUnits(JpegPlanes& planes, std::size_t unitRow) {
     return true;
 }
 
+bool JpegReducedRows::AddAll(JpegPlanes& planes) {
+    for (std::uint32_t unitRow = 0; unitRow < m_scans.Layout().unitsHigh; ++unitRow) {
+        if (!AddUnits(planes, unitRow)) return false;
+    }
+    return true;
+}
+
 void JpegReducedRows::AddRow(const JpegPlanes& planes, std::size_t unitRow, std::uint32_t row) {
     const JpegLayout& layout = m_scans.Layout();
     std::array<const std::uint8_t*, 3> rows{};

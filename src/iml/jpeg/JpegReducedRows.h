@@ -19,6 +19,9 @@ class JpegReducedRows {
     /// coefficients are out of bounds, or a quantiser is missing.
     bool AddUnits(JpegPlanes& planes, std::size_t unitRow);
 
+    /// The same of all rows of units, where the planes keep the whole picture.
+    bool AddAll(JpegPlanes& planes);
+
   private:
     void AddRow(const JpegPlanes& planes, std::size_t unitRow, std::uint32_t row);
     const std::uint8_t* Spread(std::size_t nComponent, const std::uint8_t* pSamples, std::uint32_t nRepeat);
